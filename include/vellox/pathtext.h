@@ -1,0 +1,103 @@
+#pragma once
+
+// Functions on path text. None of them touches the disk, and all but a few, named below, depend on
+// nothing but their arguments.
+//
+// Each function has its own idea of a separator and of the dot that counts; the rows show it. Paths
+// in the rows stand bare, C:\w is the current directory, and `""` is the empty string.
+
+#include "frame.h"
+
+namespace Vellox::FileNames {
+
+// ---- Extensions. Only `\` separates; `/` is an ordinary character. ----
+
+// The extension of the last component, dot included, or the whole path if it has none: a result equal
+// to the input means "no extension".
+//   C:\a\b.wav => .wav      b.tar.gz => .gz      .wav => .wav      b. => .
+//   C:\a.d\b => C:\a.d\b    b => b               "" => ""          C:/a.d/b => .d/b
+VELLOX_API std::string GetExtension(std::string& path);
+VELLOX_API WideString GetExtension(WideString& path);
+
+// What stands behind the last dot, wherever that dot is; "." if the dot is the last character.
+//   C:\a\b.wav => wav       C:\a.d\b => d\b      b. => .           b => ""
+VELLOX_API std::string GetExtensionWithoutDot(std::string path);
+
+// True if a dot stands anywhere in the path, in a folder name too.
+VELLOX_API bool HasExtension(std::string path);
+
+// Cuts the text at its last dot, wherever that is, and appends a dot and the extension, in place. The
+// buffer has to hold the result: at most the path, a dot, the extension and a NUL. Gives 1.
+//   C:\a\b.txt, wav => C:\a\b.wav     b, wav => b.wav     C:\a.d\b, wav => C:\a.wav
+//   b.txt, .wav => b..wav             "", wav => .wav
+VELLOX_API std::int32_t extension_change(char* path, const char* extension);
+
+// Replaces the extension of the last component by the text given, or appends it if there is none. The
+// text carries its own dot; an empty text strips the extension.
+//   C:\a\b.txt, .wav => C:\a\b.wav    C:\a.d\b, .wav => C:\a.d\b.wav    b.txt, wav => bwav
+//   b.txt, "" => b                    C:/a.d/b, .wav => C:/a.wav
+VELLOX_API std::string ExtensionChange(std::string path, std::string extension);
+
+// The path unchanged if it already ends in a dot and the last part of the extension, compared without
+// regard to ASCII case; otherwise as ExtensionChange.
+//   b.WAV, .wav => b.WAV    b.txt, .wav => b.wav    b.gz, .tar.gz => b.gz    b., wav => b.
+VELLOX_API std::string ForceExtension(std::string path, std::string extension);
+
+// As ForceExtension, but the old extension stays: the new one is appended.
+//   b.WAV, .wav => b.WAV    b.txt, .wav => b.txt.wav
+VELLOX_API std::string CheckAppendExtension(std::string path, std::string extension);
+
+// Puts the text in front of the extension of the last component, or at the end if there is none.
+//   C:\a\b.txt, _x => C:\a\b_x.txt    C:\a.d\b, _x => C:\a.d\b_x    b.tar.gz, _x => b.tar_x.gz
+VELLOX_API std::string AppendStringBeforeExtension(std::string path, std::string text);
+
+// ---- File names and folders ----
+
+// What stands behind the last `\` (not `/`), up to the first NUL; the whole text without one.
+//   C:\a\b.wav => b.wav     C:\a\ => ""     b => b     C:/a/b.wav => C:/a/b.wav
+VELLOX_API std::string GetFilenameWithoutPath(std::string path);
+VELLOX_API WideString GetFilenameWithoutPath(WideString path);
+
+// Everything before the last dot, folders included and wherever that dot stands.
+//   C:\a\b.wav => C:\a\b    C:\a.d\b => C:\a    b => b    .wav => ""
+VELLOX_API std::string GetFilenameWithoutExtension(std::string path);
+
+// Everything before the last `\` or `/`; the whole text if there is neither.
+//   C:\a\b.wav => C:\a      C:\ => C:       b.wav => b.wav      \b => ""
+VELLOX_API std::string GetFolderPathFromFilename(std::string path);
+
+// The folder of a path, absolute and with a trailing `\`. The path is made absolute first, so these
+// read the current directory; `/` counts as a separator. A path that ends in a separator is that
+// folder itself.
+//   C:\a\b.wav => C:\a\     C:\a\ => C:\a\     C:\a => C:\     C:/a/b.wav => C:\a\ (absolute)
+//   b.wav => C:\w\          "" => C:\ (the parent of the current directory)
+//   \\srv\share\b.wav => \\srv\share\ (a share has no drive)
+// Limits: a full path of 1039 characters, in it a folder part, a name and an extension of 255 each.
+// Beyond them, and where the current directory cannot be read, the result is the empty string.
+//
+// The forms in place write the result over the path. size is the capacity of the buffer in bytes, in
+// the wide form too; a result that does not fit gives the empty string, and no character beyond the
+// capacity is touched. A null path does nothing.
+VELLOX_API void path_rimuovifilename(char* path, std::int32_t size);
+VELLOX_API void path_rimuovifilename(WideChar* path, std::int32_t size);
+VELLOX_API std::string path_rimuovifilename(std::string path);
+VELLOX_API WideString path_rimuovifilename(WideString path);
+
+// As path_rimuovifilename of the text up to its first NUL.
+VELLOX_API std::string GetPathWithoutFilename(std::string path);
+
+// The drive of the path as it stands, letter and colon, or the empty string if it names none or has a
+// folder, name or extension of 1040 characters or more.
+//   C:\a\b.wav => C:        b.wav => ""     \\srv\share\b.wav => ""
+VELLOX_API std::string GetPathRoot(std::string& path);
+
+// Puts the text in front of the file name. The folder comes from path_rimuovifilename and so is
+// absolute; the name comes from GetFilenameWithoutPath, so write `\`.
+//   C:\a\b.wav, x_ => C:\a\x_b.wav     b.wav, x_ => C:\w\x_b.wav
+VELLOX_API std::string AppendStringBeforeFilename(std::string path, std::string text);
+
+// The search pattern for a folder's contents: the path and `\*`, whatever the path is.
+//   C:\a => C:\a\*     C:\a\ => C:\a\\*     "" => \*
+VELLOX_API std::string FormatDirectory(std::string path);
+
+} // namespace Vellox::FileNames
