@@ -1,0 +1,184 @@
+#include "platform/posix/copy.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/handles.h"
+#include "platform/posix/identity.h"
+#include "platform/posix/paths.h"
+#include "platform/posix/rename.h"
+#include "platform/posix/sharing.h"
+#include "platform/posix/win32.h"
+
+namespace Vellox::Posix {
+namespace {
+
+constexpr std::size_t kernelCopySize = std::size_t{1} << 30;
+constexpr std::size_t bufferSize = 64 * 1024;
+
+bool WriteAll(int file, const char* data, std::size_t count) {
+    while (count > 0) {
+        const ssize_t written = Retried([&] { return ::write(file, data, count); });
+        if (written < 0)
+            return errno == EIO ? Fail(ERROR_WRITE_FAULT) : FailFromErrno();
+        data += written;
+        count -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+bool CopyByReading(int source, int destination) {
+    char buffer[bufferSize];
+    while (true) {
+        const ssize_t read = Retried([&] { return ::read(source, buffer, sizeof buffer); });
+        if (read < 0)
+            return FailFromErrno();
+        if (read == 0)
+            return true;
+        if (!WriteAll(destination, buffer, static_cast<std::size_t>(read)))
+            return false;
+    }
+}
+
+// The kernel may stop early, at the end of the file or for a reason of its own; reading goes on from there, and
+// finds out which it was.
+bool CopyContents(int source, int destination) {
+    while (Retried([&] { return ::copy_file_range(source, nullptr, destination, nullptr, kernelCopySize, 0); }) > 0) {
+    }
+    return CopyByReading(source, destination);
+}
+
+// A file system that cannot keep them is no reason to have no copy.
+void KeepFileAttributes(int file, const struct stat& status) {
+    const struct timespec times[] = {status.st_atim, status.st_mtim};
+    static_cast<void>(::fchmod(file, status.st_mode & 0777));
+    static_cast<void>(::futimens(file, times));
+}
+
+// Opens without a wait, and without being refused because the user may only write.
+Descriptor OpenForReplacing(const char* path) {
+    const int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    Descriptor file(::open(path, O_RDWR | flags));
+    if (!file && errno == EACCES)
+        file = Descriptor(::open(path, O_WRONLY | flags));
+    if (!file)
+        FailFromErrno();
+    return file;
+}
+
+Descriptor OpenSource(const PosixPath& path, struct stat& status) {
+    Descriptor source(Retried([&] { return ::open(path.Text(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+    if (!source || ::fstat(source.Get(), &status) != 0) {
+        FailFromErrno();
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        Fail(ERROR_ACCESS_DENIED);
+        return {};
+    }
+    if (!TakeSharingLocks(source.Get(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE))
+        return {};
+    return source;
+}
+
+// Where a copy goes: the entry's own folder and name, behind any link, and the hold on what stands there.
+struct Target {
+    Descriptor folder;
+    std::string name;
+    Descriptor existing;
+};
+
+bool HoldExisting(const char* path, const struct stat& source, const struct stat& status, Target& target) {
+    if (IsSameEntry(source, status))
+        return Fail(ERROR_SHARING_VIOLATION);
+    if (!S_ISREG(status.st_mode) || IsReadOnly(status))
+        return Fail(ERROR_ACCESS_DENIED);
+    target.existing = OpenForReplacing(path);
+    return target.existing &&
+           TakeSharingLocks(target.existing.Get(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+}
+
+bool OpenTargetFolder(std::string_view path, Target& target) {
+    Place place;
+    if (!SplitLastComponent(path, place))
+        return Fail(ERROR_ACCESS_DENIED);
+    target.folder = Descriptor(::open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    target.name = place.name;
+    return target.folder || FailFromErrno();
+}
+
+bool OpenTarget(const PosixPath& path, const struct stat& source, Existing existing, Target& target) {
+    struct stat status;
+    if (::lstat(path.Text(), &status) != 0)
+        return path.View().back() == '/' ? Fail(ERROR_PATH_NOT_FOUND) : OpenTargetFolder(path.View(), target);
+    if (existing == Existing::Refuse)
+        return Fail(ERROR_FILE_EXISTS);
+    char resolved[PATH_MAX];
+    if (::stat(path.Text(), &status) != 0 || ::realpath(path.Text(), resolved) == nullptr)
+        return FailFromErrno();
+    return HoldExisting(resolved, source, status, target) && OpenTargetFolder(resolved, target);
+}
+
+} // namespace
+
+std::string NextTemporaryName() {
+    static std::atomic<unsigned> counter{0};
+    char name[48];
+    std::snprintf(name, sizeof name, ".vellox-%x-%x.tmp", static_cast<unsigned>(::getpid()), counter++);
+    return name;
+}
+
+TemporaryEntry::~TemporaryEntry() {
+    if (!name_.empty())
+        ::unlinkat(folder_, name_.c_str(), 0);
+}
+
+bool TemporaryEntry::Publish(const char* name, Existing existing) {
+    const bool published = existing == Existing::Replace ? ::renameat(folder_, name_.c_str(), folder_, name) == 0
+                                                         : RenameIntoFreeName(folder_, name_.c_str(), folder_, name);
+    if (!published)
+        return errno == EEXIST ? Fail(ERROR_FILE_EXISTS) : FailFromErrno();
+    name_.clear();
+    return true;
+}
+
+bool CopyRegularFile(int source, const struct stat& status, int folder, const char* name, Existing existing) {
+    TemporaryEntry entry(folder);
+    const Descriptor copy(entry.Create([](int place, const char* temporary) {
+        return ::openat(place, temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    }));
+    if (!copy)
+        return FailFromErrno();
+    if (!CopyContents(source, copy.Get()))
+        return false;
+    KeepFileAttributes(copy.Get(), status);
+    return entry.Publish(name, existing);
+}
+
+} // namespace Vellox::Posix
+
+using namespace Vellox::Posix;
+
+BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists) {
+    const PosixPath from(source);
+    const PosixPath to(destination);
+    if (!from.IsValid() || !to.IsValid())
+        return FALSE;
+    struct stat status;
+    const Descriptor file = OpenSource(from, status);
+    if (!file)
+        return FALSE;
+    const Existing existing = failIfExists != FALSE ? Existing::Refuse : Existing::Replace;
+    Target target;
+    if (!OpenTarget(to, status, existing, target))
+        return FALSE;
+    return static_cast<BOOL>(
+        CopyRegularFile(file.Get(), status, target.folder.Get(), target.name.c_str(), existing));
+}

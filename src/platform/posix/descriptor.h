@@ -1,0 +1,41 @@
+#pragma once
+
+#include <dirent.h>
+#include <unistd.h>
+
+#include <memory>
+#include <utility>
+
+namespace Vellox::Posix {
+
+// Owns a file descriptor; -1 is none.
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int number) : number_(number) {}
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (number_ >= 0)
+            ::close(number_);
+    }
+
+    explicit operator bool() const { return number_ >= 0; }
+    int Get() const { return number_; }
+    int Release() { return std::exchange(number_, -1); }
+
+private:
+    int number_ = -1;
+};
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+using Folder = std::unique_ptr<DIR, CloseFolder>;
+
+} // namespace Vellox::Posix

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cerrno>
+
+#include "platform/posix/win32.h"
+
+namespace Vellox::Posix {
+
+// What the Win32 code of an errno value is, by one table.
+DWORD ErrorFromErrno(int error);
+
+// Sets the last error and gives false, so that a failing call can end in one line.
+bool Fail(DWORD error);
+bool FailFromErrno();
+
+// A system call that a signal interrupts is made again.
+template <typename Call> auto Retried(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+} // namespace Vellox::Posix

@@ -1,0 +1,163 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/handles.h"
+#include "platform/posix/paths.h"
+#include "platform/posix/sharing.h"
+#include "platform/posix/win32.h"
+
+using namespace Vellox::Posix;
+
+namespace {
+
+// O_NONBLOCK keeps the open of a FIFO from waiting; it has no meaning for a file.
+int OpenFlags(DWORD access, DWORD disposition) {
+    const int mode = (access & GENERIC_WRITE) != 0 ? O_RDWR : O_RDONLY;
+    return mode | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (disposition == CREATE_ALWAYS ? O_CREAT : 0);
+}
+
+// What is written to a FIFO would be gone, and a mark against writing binds even those that no right binds.
+bool MayBeOpened(const struct stat& status, DWORD access) {
+    if (S_ISDIR(status.st_mode))
+        return false;
+    return (access & GENERIC_WRITE) == 0 || (!S_ISFIFO(status.st_mode) && !IsReadOnly(status));
+}
+
+// The file is emptied only when nobody stands against it.
+bool EmptyFile(int descriptor, const struct stat& status) {
+    if (!S_ISREG(status.st_mode) || status.st_size == 0)
+        return true;
+    return Retried([&] { return ::ftruncate(descriptor, 0); }) == 0 || FailFromErrno();
+}
+
+Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD disposition) {
+    Descriptor file(Retried([&] { return ::open(path.Text(), OpenFlags(access, disposition), 0666); }));
+    struct stat status;
+    if (!file || ::fstat(file.Get(), &status) != 0) {
+        FailFromErrno();
+        return {};
+    }
+    if (!MayBeOpened(status, access)) {
+        Fail(ERROR_ACCESS_DENIED);
+        return {};
+    }
+    if (!TakeSharingLocks(file.Get(), access, shareMode))
+        return {};
+    if (disposition == CREATE_ALWAYS && !EmptyFile(file.Get(), status))
+        return {};
+    return file;
+}
+
+// A handle never has the value of a standard stream, so that null is none.
+HANDLE ToHandle(Descriptor file) {
+    if (file.Get() >= lowestHandle)
+        return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(file.Release()));
+    const int higher = ::fcntl(file.Get(), F_DUPFD_CLOEXEC, lowestHandle);
+    if (higher < 0) {
+        FailFromErrno();
+        return INVALID_HANDLE_VALUE;
+    }
+    return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(higher));
+}
+
+} // namespace
+
+HANDLE CreateFileW(const WCHAR* path,
+                   DWORD access,
+                   DWORD shareMode,
+                   SECURITY_ATTRIBUTES* /*security*/,
+                   DWORD disposition,
+                   DWORD /*flags*/,
+                   HANDLE /*templateFile*/) {
+    const PosixPath place(path);
+    if (!place.IsValid())
+        return INVALID_HANDLE_VALUE;
+    Descriptor file = OpenFile(place, access, shareMode, disposition);
+    return file ? ToHandle(std::move(file)) : INVALID_HANDLE_VALUE;
+}
+
+BOOL ReadFile(HANDLE file, void* data, DWORD count, DWORD* done, OVERLAPPED* /*overlapped*/) {
+    *done = 0;
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    while (*done < count) {
+        char* position = static_cast<char*>(data) + *done;
+        const ssize_t read = Retried([&] { return ::read(descriptor, position, count - *done); });
+        if (read < 0)
+            return static_cast<BOOL>(FailFromErrno());
+        if (read == 0)
+            break;
+        *done += static_cast<DWORD>(read);
+    }
+    return TRUE;
+}
+
+BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPPED* /*overlapped*/) {
+    *done = 0;
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    while (*done < count) {
+        const char* position = static_cast<const char*>(data) + *done;
+        const ssize_t written = Retried([&] { return ::write(descriptor, position, count - *done); });
+        if (written < 0)
+            return static_cast<BOOL>(errno == EIO ? Fail(ERROR_WRITE_FAULT) : FailFromErrno());
+        *done += static_cast<DWORD>(written);
+    }
+    return TRUE;
+}
+
+BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    const int origins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+    if (method > FILE_END)
+        return static_cast<BOOL>(Fail(ERROR_INVALID_PARAMETER));
+    const off_t result = ::lseek(descriptor, distance.QuadPart, origins[method]);
+    if (result < 0)
+        return static_cast<BOOL>(errno == EINVAL ? Fail(ERROR_NEGATIVE_SEEK) : FailFromErrno());
+    if (position != nullptr)
+        position->QuadPart = result;
+    return TRUE;
+}
+
+BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    struct stat status;
+    if (::fstat(descriptor, &status) != 0)
+        return static_cast<BOOL>(FailFromErrno());
+    size->QuadPart = status.st_size;
+    return TRUE;
+}
+
+BOOL FlushFileBuffers(HANDLE file) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    return static_cast<BOOL>(Retried([&] { return ::fsync(descriptor); }) == 0 || FailFromErrno());
+}
+
+// The descriptor is gone also if close reports a failure, so it is never closed twice.
+BOOL CloseHandle(HANDLE handle) {
+    int descriptor = 0;
+    if (!ToDescriptor(handle, descriptor))
+        return FALSE;
+    return static_cast<BOOL>(::close(descriptor) == 0 || errno == EINTR || FailFromErrno());
+}
+
+BOOL DeleteFileW(const WCHAR* path) {
+    const PosixPath place(path);
+    if (!place.IsValid())
+        return FALSE;
+    return static_cast<BOOL>(::unlink(place.Text()) == 0 || FailFromErrno());
+}

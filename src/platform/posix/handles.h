@@ -1,0 +1,27 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <climits>
+
+#include "platform/posix/errors.h"
+
+namespace Vellox::Posix {
+
+inline constexpr int lowestHandle = 3;
+
+// The descriptor that a handle stands for; false, with the last error set, if it can be none.
+inline bool ToDescriptor(HANDLE handle, int& descriptor) {
+    const auto value = reinterpret_cast<std::intptr_t>(handle);
+    if (value < lowestHandle || value > INT_MAX)
+        return Fail(ERROR_INVALID_HANDLE);
+    descriptor = static_cast<int>(value);
+    return true;
+}
+
+// The read-only mark: nobody may write the file.
+inline bool IsReadOnly(const struct stat& status) {
+    return S_ISREG(status.st_mode) && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+}
+
+} // namespace Vellox::Posix

@@ -1,0 +1,70 @@
+#include "platform/posix/identity.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/paths.h"
+#include "platform/win32.h"
+
+namespace Vellox::Posix {
+namespace {
+
+constexpr int walkFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+
+// The folder itself if it is there, or else the one that it would stand in.
+Descriptor OpenNearestFolder(const std::string& path) {
+    Descriptor folder(::open(path.c_str(), walkFlags));
+    Place place;
+    if (!folder && SplitLastComponent(path, place))
+        folder = Descriptor(::open(place.folder.c_str(), walkFlags));
+    return folder;
+}
+
+} // namespace
+
+bool LiesInFolder(const std::string& path, const struct stat& folder) {
+    Descriptor level = OpenNearestFolder(path);
+    struct stat status;
+    while (level && ::fstat(level.Get(), &status) == 0) {
+        if (IsSameEntry(status, folder))
+            return true;
+        Descriptor above(::openat(level.Get(), "..", walkFlags));
+        struct stat aboveStatus;
+        const bool isRoot = above && ::fstat(above.Get(), &aboveStatus) == 0 && IsSameEntry(status, aboveStatus);
+        if (isRoot)
+            return false;
+        level = std::move(above);
+    }
+    return false;
+}
+
+void KeepFolderAttributes(int folder, const struct stat& status) {
+    const struct timespec times[] = {status.st_atim, status.st_mtim};
+    static_cast<void>(::fchmod(folder, status.st_mode & 07777));
+    static_cast<void>(::futimens(folder, times));
+}
+
+} // namespace Vellox::Posix
+
+using namespace Vellox::Posix;
+
+bool Vellox::Platform::LiesInFolder(const WCHAR* path, const WCHAR* folder) {
+    const PosixPath place(path);
+    const PosixPath folderPlace(folder);
+    struct stat status;
+    return place.IsValid() && folderPlace.IsValid() && ::stat(folderPlace.Text(), &status) == 0 &&
+           Posix::LiesInFolder(place.Text(), status);
+}
+
+void Vellox::Platform::CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
+    const PosixPath source(from);
+    const PosixPath destination(to);
+    struct stat status;
+    if (!source.IsValid() || !destination.IsValid() || ::stat(source.Text(), &status) != 0)
+        return;
+    const Descriptor folder(::open(destination.Text(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (folder)
+        KeepFolderAttributes(folder.Get(), status);
+}

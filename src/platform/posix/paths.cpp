@@ -1,0 +1,230 @@
+#include "platform/posix/paths.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "platform/posix/components.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/text.h"
+
+namespace Vellox::Posix {
+namespace {
+
+template <typename Char> bool HasDrive(std::basic_string_view<Char> path) {
+    return path.size() >= 2 && IsDriveLetter(path[0]) && path[1] == ':';
+}
+
+template <typename Char> bool IsOnShare(std::basic_string_view<Char> path) {
+    return path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
+}
+
+template <typename Char> bool IsRootDrive(Char letter) {
+    return letter == 'C' || letter == 'c';
+}
+
+} // namespace
+
+PosixPath::PosixPath(const char* path) {
+    const std::size_t length = std::strlen(path);
+    if (length >= sizeof text_) {
+        Fail(ERROR_FILENAME_EXCED_RANGE);
+        return;
+    }
+    std::memcpy(text_, path, length);
+    Translate({text_, length});
+}
+
+PosixPath::PosixPath(const WCHAR* path) {
+    const std::size_t length = EncodeUtf8(path, WideLength(path), text_, sizeof text_ - 1);
+    if (length == doesNotFit) {
+        Fail(ERROR_FILENAME_EXCED_RANGE);
+        return;
+    }
+    Translate({text_, length});
+}
+
+// The path is the text itself: no Win32 path gets longer on the way.
+void PosixPath::Translate(std::string_view path) {
+    const bool hasDrive = HasDrive(path);
+    if (path.empty() || IsOnShare(path) || (hasDrive && !IsRootDrive(path[0]))) {
+        Fail(ERROR_PATH_NOT_FOUND);
+        return;
+    }
+    const bool endsInSeparator = IsSeparator(path.back());
+    if (hasDrive)
+        path.remove_prefix(2);
+    ComponentWriter<char> writer(text_, '/');
+    if (!path.empty() && IsSeparator(path[0])) {
+        path.remove_prefix(1);
+        writer.PutRoot("/");
+    }
+    writer.PutComponents(path);
+    if (writer.IsEmpty())
+        writer.PutRoot(".");
+    if (endsInSeparator)
+        writer.PutSeparator();
+    length_ = writer.Finish();
+}
+
+bool SplitLastComponent(std::string_view posixPath, Place& place) {
+    while (posixPath.size() > 1 && posixPath.back() == '/')
+        posixPath.remove_suffix(1);
+    const std::size_t separator = posixPath.rfind('/');
+    const std::string_view name = posixPath.substr(separator == std::string_view::npos ? 0 : separator + 1);
+    if (name.empty() || name == "." || name == "..")
+        return false;
+    place.name = name;
+    place.folder = separator == std::string_view::npos ? "." : posixPath.substr(0, std::max<std::size_t>(separator, 1));
+    return true;
+}
+
+std::string ToWin32Text(std::string_view posixPath) {
+    std::string text = "C:";
+    text += posixPath;
+    std::replace(text.begin(), text.end(), '/', '\\');
+    return text;
+}
+
+namespace {
+
+// ---- The full-path service ----
+
+// The components of the current directory, without the root in front of them.
+template <typename Char> class CurrentFolder {
+public:
+    bool Read() {
+        char path[PATH_MAX];
+        if (::getcwd(path, sizeof path) == nullptr)
+            return FailFromErrno();
+        if (path[0] != '/')
+            return Fail(ERROR_PATH_NOT_FOUND);
+        Take({path + 1, std::strlen(path + 1)});
+        return true;
+    }
+    std::basic_string_view<Char> Components() const { return {text_, length_}; }
+
+private:
+    void Take(std::string_view path) {
+        if constexpr (sizeof(Char) == 1)
+            length_ = path.copy(text_, path.size());
+        else
+            length_ = DecodeUtf8(path.data(), path.size(), text_, PATH_MAX);
+    }
+
+    Char text_[PATH_MAX];
+    std::size_t length_ = 0;
+};
+
+// How much of the path is the share's root: server and share, and the separators behind them.
+template <typename Char> std::size_t ShareRootLength(std::basic_string_view<Char> path) {
+    std::size_t position = 2;
+    for (int part = 0; part < 2; ++part) {
+        while (position < path.size() && !IsSeparator(path[position]))
+            ++position;
+        while (position < path.size() && IsSeparator(path[position]))
+            ++position;
+    }
+    return position;
+}
+
+template <typename Char>
+void PutShareRoot(ComponentWriter<Char>& writer, std::basic_string_view<Char> root) {
+    const Char separator[] = {'\\'};
+    writer.PutRoot({separator, 1});
+    writer.PutRoot({separator, 1});
+    for (std::size_t position = 2; position < root.size();) {
+        std::size_t end = position;
+        while (end < root.size() && !IsSeparator(root[end]))
+            ++end;
+        writer.PutRoot(root.substr(position, end - position));
+        if (end < root.size())
+            writer.PutRoot({separator, 1});
+        while (end < root.size() && IsSeparator(root[end]))
+            ++end;
+        position = end;
+    }
+}
+
+template <typename Char> struct FullPathParts {
+    std::basic_string_view<Char> shareRoot; // empty for a path on a drive
+    Char drive = 'C';
+    std::basic_string_view<Char> currentFolder; // empty for a path that starts at its root
+    std::basic_string_view<Char> path;
+
+    std::size_t LongestResult() const { return shareRoot.size() + 4 + currentFolder.size() + path.size() + 1; }
+};
+
+template <typename Char>
+bool TakeParts(FullPathParts<Char>& parts, std::basic_string_view<Char> path, CurrentFolder<Char>& current) {
+    if (IsOnShare(path)) {
+        const std::size_t rootLength = ShareRootLength(path);
+        parts.shareRoot = path.substr(0, rootLength);
+        parts.path = path.substr(rootLength);
+        return true;
+    }
+    const bool hasDrive = HasDrive(path);
+    if (hasDrive)
+        parts.drive = path[0];
+    parts.path = path.substr(hasDrive ? 2 : 0);
+    const bool startsAtRoot = !parts.path.empty() && IsSeparator(parts.path[0]);
+    if (startsAtRoot || !IsRootDrive(parts.drive))
+        return true;
+    if (!current.Read())
+        return false;
+    parts.currentFolder = current.Components();
+    return true;
+}
+
+template <typename Char> std::size_t WriteFullPath(const FullPathParts<Char>& parts, Char* output) {
+    ComponentWriter<Char> writer(output, '\\');
+    if (parts.shareRoot.empty()) {
+        const Char root[] = {parts.drive, ':', '\\'};
+        writer.PutRoot({root, 3});
+    } else {
+        PutShareRoot(writer, parts.shareRoot);
+    }
+    writer.PutComponents(parts.currentFolder);
+    writer.PutComponents(parts.path);
+    if (!parts.path.empty() && IsSeparator(parts.path.back()))
+        writer.PutSeparator();
+    return writer.Finish();
+}
+
+template <typename Char> Char* FullPath(Char* buffer, std::basic_string_view<Char> path, std::size_t capacity) {
+    FullPathParts<Char> parts;
+    CurrentFolder<Char> current;
+    if (!TakeParts(parts, path, current))
+        return nullptr;
+    if (parts.LongestResult() <= capacity) {
+        WriteFullPath(parts, buffer);
+        return buffer;
+    }
+    // Long text can still be short when its `..` are resolved.
+    const std::unique_ptr<Char[]> full(new (std::nothrow) Char[parts.LongestResult()]);
+    if (full == nullptr) {
+        Fail(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    const std::size_t length = WriteFullPath(parts, full.get());
+    if (length >= capacity) {
+        Fail(ERROR_FILENAME_EXCED_RANGE);
+        return nullptr;
+    }
+    std::copy_n(full.get(), length + 1, buffer);
+    return buffer;
+}
+
+} // namespace
+} // namespace Vellox::Posix
+
+char* _fullpath(char* buffer, const char* path, std::size_t capacity) {
+    return Vellox::Posix::FullPath(buffer, std::string_view(path), capacity);
+}
+
+WCHAR* _wfullpath(WCHAR* buffer, const WCHAR* path, std::size_t capacity) {
+    return Vellox::Posix::FullPath(buffer, std::u16string_view(path), capacity);
+}

@@ -1,0 +1,56 @@
+#include "platform/posix/rename.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "platform/posix/errors.h"
+#include "platform/posix/paths.h"
+#include "platform/win32.h"
+
+namespace Vellox::Posix {
+namespace {
+
+// An empty folder of our own takes the name; only it can be replaced, as a folder with contents cannot.
+bool RenameFolderOverPlaceholder(int fromFolder, const char* from, int toFolder, const char* to) {
+    if (::mkdirat(toFolder, to, 0700) != 0)
+        return false;
+    if (::renameat(fromFolder, from, toFolder, to) == 0)
+        return true;
+    const int error = errno;
+    ::unlinkat(toFolder, to, AT_REMOVEDIR);
+    errno = error;
+    return false;
+}
+
+bool RenameFileByLink(int fromFolder, const char* from, int toFolder, const char* to) {
+    return ::linkat(fromFolder, from, toFolder, to, 0) == 0 && ::unlinkat(fromFolder, from, 0) == 0;
+}
+
+} // namespace
+
+bool RenameIntoFreeName(int fromFolder, const char* from, int toFolder, const char* to) {
+    if (::renameat2(fromFolder, from, toFolder, to, RENAME_NOREPLACE) == 0)
+        return true;
+    // Some file systems do not know the flag and say so in one of these words.
+    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
+        return false;
+    struct stat status;
+    if (::fstatat(fromFolder, from, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return false;
+    return S_ISDIR(status.st_mode) ? RenameFolderOverPlaceholder(fromFolder, from, toFolder, to)
+                                   : RenameFileByLink(fromFolder, from, toFolder, to);
+}
+
+} // namespace Vellox::Posix
+
+int Vellox::Platform::RenameWithoutReplacing(const char* oldPath, const char* newPath) {
+    const Posix::PosixPath from(oldPath);
+    const Posix::PosixPath to(newPath);
+    if (!from.IsValid() || !to.IsValid())
+        return -1;
+    return Posix::RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) || Posix::FailFromErrno() ? 0 : -1;
+}

@@ -1,0 +1,162 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <string>
+
+#include "platform/posix/copy.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/identity.h"
+#include "platform/posix/paths.h"
+#include "platform/posix/tree.h"
+
+namespace Vellox::Posix {
+namespace {
+
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr int placeFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+
+// A name in an open folder.
+struct Entry {
+    int folder;
+    const char* name;
+};
+
+bool CopyFile(Entry from, Entry to, Existing existing) {
+    const Descriptor source(::openat(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status;
+    if (!source || ::fstat(source.Get(), &status) != 0)
+        return FailFromErrno();
+    if (!S_ISREG(status.st_mode))
+        return Fail(ERROR_ACCESS_DENIED);
+    return CopyRegularFile(source.Get(), status, to.folder, to.name, existing);
+}
+
+void KeepEntryAttributes(Entry entry, const struct stat& status) {
+    const struct timespec times[] = {status.st_atim, status.st_mtim};
+    if (!S_ISLNK(status.st_mode))
+        static_cast<void>(::fchmodat(entry.folder, entry.name, status.st_mode & 0777, 0));
+    static_cast<void>(::utimensat(entry.folder, entry.name, times, AT_SYMLINK_NOFOLLOW));
+}
+
+bool CopyFifo(const struct stat& status, Entry to, Existing existing) {
+    TemporaryEntry entry(to.folder);
+    if (entry.Create([](int folder, const char* name) { return ::mkfifoat(folder, name, 0600); }) != 0)
+        return FailFromErrno();
+    KeepEntryAttributes({to.folder, entry.Name()}, status);
+    return entry.Publish(to.name, existing);
+}
+
+bool CopyLink(Entry from, const struct stat& status, Entry to, Existing existing) {
+    char target[PATH_MAX];
+    const ssize_t length = ::readlinkat(from.folder, from.name, target, sizeof target);
+    if (length < 0)
+        return FailFromErrno();
+    if (static_cast<std::size_t>(length) == sizeof target)
+        return Fail(ERROR_FILENAME_EXCED_RANGE);
+    target[length] = '\0';
+    TemporaryEntry entry(to.folder);
+    const auto make = [&](int folder, const char* name) { return ::symlinkat(target, folder, name); };
+    if (entry.Create(make) != 0)
+        return FailFromErrno();
+    KeepEntryAttributes({to.folder, entry.Name()}, status);
+    return entry.Publish(to.name, existing);
+}
+
+bool CopyAnyButFolder(Entry from, const struct stat& status, Entry to, Existing existing) {
+    if (S_ISREG(status.st_mode))
+        return CopyFile(from, to, existing);
+    if (S_ISLNK(status.st_mode))
+        return CopyLink(from, status, to, existing);
+    if (S_ISFIFO(status.st_mode))
+        return CopyFifo(status, to, existing);
+    return Fail(ERROR_NOT_SUPPORTED);
+}
+
+bool CopyOpenFolder(Descriptor from, int to, int depth);
+
+bool CopySubfolder(Entry from, Entry to, int depth) {
+    Descriptor source(::openat(from.folder, from.name, folderFlags | O_NOFOLLOW));
+    struct stat status;
+    if (!source || ::fstat(source.Get(), &status) != 0)
+        return FailFromErrno();
+    const bool isNew = ::mkdirat(to.folder, to.name, 0700) == 0;
+    if (!isNew && errno != EEXIST)
+        return FailFromErrno();
+    const Descriptor destination(::openat(to.folder, to.name, folderFlags | O_NOFOLLOW));
+    if (!destination)
+        return FailFromErrno();
+    const bool whole = CopyOpenFolder(std::move(source), destination.Get(), depth);
+    if (isNew)
+        KeepFolderAttributes(destination.Get(), status);
+    return whole;
+}
+
+bool CopyEntry(Entry from, Entry to, int depth) {
+    struct stat status;
+    if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return FailFromErrno();
+    if (S_ISDIR(status.st_mode))
+        return CopySubfolder(from, to, depth + 1);
+    struct stat existing;
+    if (::fstatat(to.folder, to.name, &existing, AT_SYMLINK_NOFOLLOW) == 0 && IsSameEntry(status, existing))
+        return Fail(ERROR_SHARING_VIOLATION);
+    return CopyAnyButFolder(from, status, to, Existing::Replace);
+}
+
+bool CopyOpenFolder(Descriptor from, int to, int depth) {
+    if (depth == deepestTree)
+        return Fail(ERROR_FILENAME_EXCED_RANGE);
+    const Folder listing(::fdopendir(from.Get()));
+    if (listing == nullptr)
+        return FailFromErrno();
+    const int folder = from.Release();
+    bool whole = true;
+    errno = 0;
+    while (const dirent* entry = ::readdir(listing.get())) {
+        const char* name = entry->d_name;
+        if (!IsDotName(name) && !CopyEntry({folder, name}, {to, name}, depth))
+            whole = false;
+        errno = 0;
+    }
+    return (errno == 0 || FailFromErrno()) && whole;
+}
+
+} // namespace
+
+bool CopyTreeContents(const std::string& source, const std::string& destination) {
+    Descriptor from(::open(source.c_str(), folderFlags));
+    struct stat status;
+    if (!from || ::fstat(from.Get(), &status) != 0)
+        return FailFromErrno();
+    if (LiesInFolder(destination, status))
+        return Fail(ERROR_SHARING_VIOLATION);
+    const bool isNew = ::mkdir(destination.c_str(), 0700) == 0;
+    if (!isNew && errno != EEXIST)
+        return FailFromErrno();
+    const Descriptor to(::open(destination.c_str(), folderFlags));
+    if (!to)
+        return FailFromErrno();
+    const bool whole = CopyOpenFolder(std::move(from), to.Get(), 0);
+    if (isNew)
+        KeepFolderAttributes(to.Get(), status);
+    return whole;
+}
+
+bool CopySingleEntry(const std::string& source, const std::string& destination) {
+    Place from;
+    Place to;
+    if (!SplitLastComponent(source, from) || !SplitLastComponent(destination, to))
+        return Fail(ERROR_ACCESS_DENIED);
+    const Descriptor fromFolder(::open(from.folder.c_str(), placeFlags));
+    const Descriptor toFolder(::open(to.folder.c_str(), placeFlags));
+    const Entry entry = {fromFolder.Get(), from.name.c_str()};
+    struct stat status;
+    if (!fromFolder || !toFolder || ::fstatat(entry.folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return FailFromErrno();
+    return CopyAnyButFolder(entry, status, {toFolder.Get(), to.name.c_str()}, Existing::Refuse);
+}
+
+} // namespace Vellox::Posix

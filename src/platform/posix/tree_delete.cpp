@@ -1,0 +1,75 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/identity.h"
+#include "platform/posix/paths.h"
+#include "platform/posix/tree.h"
+
+namespace Vellox::Posix {
+namespace {
+
+bool DeleteEntry(int folder, const char* name, bool isKnownFolder, int depth);
+
+// Gives how many entries were deleted; remaining tells whether one could not be.
+std::size_t DeleteListed(DIR* listing, bool& remaining, int depth) {
+    std::size_t deleted = 0;
+    remaining = false;
+    ::rewinddir(listing);
+    while (const dirent* entry = ::readdir(listing)) {
+        if (IsDotName(entry->d_name))
+            continue;
+        if (DeleteEntry(::dirfd(listing), entry->d_name, entry->d_type == DT_DIR, depth))
+            ++deleted;
+        else
+            remaining = true;
+    }
+    return deleted;
+}
+
+// A file system may pass over entries while others go, so an unfinished folder is read again as long as that helps.
+bool DeleteFolder(int parent, const char* name, int depth) {
+    if (depth == deepestTree)
+        return Fail(ERROR_FILENAME_EXCED_RANGE);
+    Descriptor folder(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const Folder listing(folder ? ::fdopendir(folder.Get()) : nullptr);
+    if (listing == nullptr) {
+        // An empty folder goes even if it may not be read.
+        const DWORD error = ErrorFromErrno(errno);
+        return ::unlinkat(parent, name, AT_REMOVEDIR) == 0 || Fail(error);
+    }
+    folder.Release();
+    bool remaining = false;
+    while (DeleteListed(listing.get(), remaining, depth + 1) > 0 && !remaining) {
+        if (::unlinkat(parent, name, AT_REMOVEDIR) == 0)
+            return true;
+    }
+    return ::unlinkat(parent, name, AT_REMOVEDIR) == 0 || FailFromErrno();
+}
+
+// What the listing called a folder may have become a link since, and the other way round.
+bool DeleteEntry(int folder, const char* name, bool isKnownFolder, int depth) {
+    if (isKnownFolder && DeleteFolder(folder, name, depth))
+        return true;
+    if (::unlinkat(folder, name, 0) == 0)
+        return true;
+    if (isKnownFolder || (errno != EISDIR && errno != EPERM))
+        return FailFromErrno();
+    return DeleteFolder(folder, name, depth);
+}
+
+} // namespace
+
+bool DeleteTree(const std::string& path) {
+    Place place;
+    if (!SplitLastComponent(path, place))
+        return Fail(ERROR_ACCESS_DENIED);
+    const Descriptor folder(::open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder)
+        return FailFromErrno();
+    return DeleteEntry(folder.Get(), place.name.c_str(), false, 0);
+}
+
+} // namespace Vellox::Posix
