@@ -154,7 +154,9 @@ bool WriteInfo(const Bin& bin, const std::string& name, const std::string& text)
 
 std::string NumberedName(const std::string& name, int number) {
     constexpr std::size_t longestName = NAME_MAX - std::string_view(".trashinfo").size();
-    const std::string tail = number == 1 ? "" : "." + std::to_string(number);
+    std::string tail;
+    if (number > 1)
+        tail.append(".").append(std::to_string(number));
     return name.substr(0, longestName - tail.size()) + tail;
 }
 

@@ -119,7 +119,7 @@ FARPROC GetProcAddress(HMODULE module, const char* name) {
         Fail(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    return reinterpret_cast<FARPROC>(&::FlushFileBuffers);
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(&::FlushFileBuffers));
 }
 
 // As on Win32, the thread that holds a section may enter it again.

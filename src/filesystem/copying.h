@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace Vellox::FileNames {
+
+// As the exported operations, but they say whether the whole of it was done.
+bool CopyFolderContents(const std::string& source, const std::string& destination);
+bool DeleteFolderForGood(const std::string& path);
+
+// Copies a single entry, a link as a link, under a name that is free.
+bool CopyEntryAsItIs(const std::string& source, const std::string& destination);
+
+} // namespace Vellox::FileNames

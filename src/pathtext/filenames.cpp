@@ -1,0 +1,113 @@
+#include "frame/limits.h"
+#include "frame/text.h"
+#include "pathtext/join.h"
+#include "pathtext/split.h"
+#include "platform/win32.h"
+#include "vellox/pathtext.h"
+
+namespace Vellox::FileNames {
+namespace {
+
+constexpr auto npos = std::string::npos;
+constexpr std::size_t longestPart = 255;
+
+char* MakeFullPath(char (&buffer)[pathBufferSize], const char* path) {
+    return ::_fullpath(buffer, path, pathBufferSize);
+}
+
+WideChar* MakeFullPath(WideChar (&buffer)[pathBufferSize], const WideChar* path) {
+    return ::_wfullpath(buffer, path, pathBufferSize);
+}
+
+template <typename Char> std::basic_string<Char> FullFolder(const Char* path) {
+    Char full[pathBufferSize];
+    if (MakeFullPath(full, path) == nullptr)
+        return {};
+    const PathParts<Char> parts = SplitPath(std::basic_string_view<Char>(full));
+    if (!parts.FitsInto(longestPart, longestPart))
+        return {};
+    return std::basic_string<Char>(full, parts.drive.size() + parts.folder.size());
+}
+
+template <typename Char> void ReplaceByFolder(Char* path, std::int32_t capacity) {
+    if (path == nullptr || capacity <= 0)
+        return;
+    const std::basic_string<Char> folder = FullFolder(path);
+    const bool fits = folder.size() < static_cast<std::size_t>(capacity);
+    path[fits ? folder.copy(path, folder.size()) : 0] = 0;
+}
+
+// The buffer that a path is given in bounds it before it is made absolute.
+template <typename Char> std::basic_string<Char> FolderOfString(const std::basic_string<Char>& path) {
+    const bool fits = std::char_traits<Char>::length(path.c_str()) < pathBufferSize;
+    return fits ? FullFolder(path.c_str()) : std::basic_string<Char>();
+}
+
+template <typename Char> void CutToName(std::basic_string<Char>& path) {
+    path.resize(std::char_traits<Char>::length(path.c_str()));
+    path.erase(0, path.rfind(Char('\\')) + 1);
+}
+
+} // namespace
+
+std::string GetFilenameWithoutPath(std::string path) {
+    CutToName(path);
+    return path;
+}
+
+WideString GetFilenameWithoutPath(WideString path) {
+    CutToName(path);
+    return path;
+}
+
+std::string GetFilenameWithoutExtension(std::string path) {
+    const std::size_t dot = path.rfind('.');
+    if (dot != npos)
+        path.erase(dot);
+    return path;
+}
+
+std::string GetFolderPathFromFilename(std::string path) {
+    const std::size_t separator = path.find_last_of("\\/");
+    if (separator != npos)
+        path.erase(separator);
+    return path;
+}
+
+void path_rimuovifilename(char* path, std::int32_t size) {
+    ReplaceByFolder(path, size);
+}
+
+void path_rimuovifilename(WideChar* path, std::int32_t size) {
+    ReplaceByFolder(path, size / static_cast<std::int32_t>(sizeof(WideChar)));
+}
+
+std::string path_rimuovifilename(std::string path) {
+    return FolderOfString(path);
+}
+
+WideString path_rimuovifilename(WideString path) {
+    return FolderOfString(path);
+}
+
+std::string GetPathWithoutFilename(std::string path) {
+    return FolderOfString(path);
+}
+
+std::string GetPathRoot(std::string& path) {
+    const PathParts<char> parts = SplitPath(UpToNul(path));
+    return parts.FitsInto(pathBufferSize - 1, pathBufferSize - 1) ? std::string(parts.drive) : std::string();
+}
+
+std::string AppendStringBeforeFilename(std::string path, std::string text) {
+    std::string folder = FolderOfString(path);
+    text += GetFilenameWithoutPath(std::move(path));
+    return JoinFolder(std::move(folder), text);
+}
+
+std::string FormatDirectory(std::string path) {
+    path += "\\*";
+    return path;
+}
+
+} // namespace Vellox::FileNames

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string_view>
+
+namespace Vellox::FileNames {
+
+// The four parts of a path, which in this order make it up.
+template <typename Char> struct PathParts {
+    std::basic_string_view<Char> drive;     // two characters, if the second is a colon
+    std::basic_string_view<Char> folder;    // up to and with the last separator of either kind
+    std::basic_string_view<Char> name;      // up to the last dot behind that
+    std::basic_string_view<Char> extension; // from that dot
+
+    bool FitsInto(std::size_t longestFolder, std::size_t longestName) const {
+        return folder.size() <= longestFolder && name.size() <= longestName && extension.size() <= longestName;
+    }
+};
+
+template <typename Char> PathParts<Char> SplitPath(std::basic_string_view<Char> path) {
+    constexpr Char separators[] = {'\\', '/'};
+    constexpr auto npos = std::basic_string_view<Char>::npos;
+    PathParts<Char> parts;
+    if (path.size() >= 2 && path[1] == Char(':')) {
+        parts.drive = path.substr(0, 2);
+        path.remove_prefix(2);
+    }
+    const std::size_t separator = path.find_last_of(separators, npos, 2);
+    const std::size_t folderLength = separator == npos ? 0 : separator + 1;
+    parts.folder = path.substr(0, folderLength);
+    path.remove_prefix(folderLength);
+    const std::size_t dot = path.rfind(Char('.'));
+    parts.name = path.substr(0, dot);
+    if (dot != npos)
+        parts.extension = path.substr(dot);
+    return parts;
+}
+
+} // namespace Vellox::FileNames

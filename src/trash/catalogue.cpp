@@ -1,0 +1,187 @@
+#include "trash/catalogue.h"
+
+#include <cstring>
+#include <exception>
+#include <mutex>
+#include <utility>
+
+#include "fileobjects/exception.h"
+#include "fileobjects/file.h"
+#include "filesystem/queries.h"
+#include "pathtext/join.h"
+
+namespace Vellox {
+
+TrashCatalogue trashCatalogue;
+
+namespace {
+
+using QuirnFiles::BufferedReader;
+using QuirnFiles::BufferedWriter;
+
+constexpr std::int32_t currentVersion = 2;
+
+// CFile leaves closing to its user; this one closes on every way out.
+class OpenFile {
+public:
+    OpenFile(const std::string& path, DWORD access, DWORD shareMode, DWORD disposition) {
+        file_.Open(path.c_str(), access, shareMode, disposition);
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile() { file_.Close(); }
+    QuirnFiles::CFile& Get() { return file_; }
+
+private:
+    QuirnFiles::CFile file_;
+};
+
+template <typename Integer> Integer ReadInteger(BufferedReader& file) {
+    unsigned char bytes[sizeof(Integer)];
+    if (file.Read(bytes, sizeof bytes) != sizeof bytes)
+        throw VelloxException("Error reading data");
+    std::uint64_t value = 0;
+    for (std::size_t index = sizeof bytes; index > 0; --index)
+        value = (value << 8) | bytes[index - 1];
+    return static_cast<Integer>(value);
+}
+
+template <typename Integer> void WriteInteger(BufferedWriter& file, Integer value) {
+    unsigned char bytes[sizeof(Integer)];
+    for (std::size_t index = 0; index < sizeof bytes; ++index)
+        bytes[index] = static_cast<unsigned char>(static_cast<std::uint64_t>(value) >> (8 * index));
+    if (file.Write(bytes, sizeof bytes) != sizeof bytes)
+        throw VelloxException("Error writing data");
+}
+
+// Never takes more memory than the file has bytes left, whatever the size says.
+std::string ReadText(BufferedReader& file, std::uint32_t size) {
+    if (size > file.Remaining()) {
+        file.SkipToEnd();
+        return {};
+    }
+    std::string text(size, '\0');
+    if (file.Read(text.data(), size) != size)
+        return {};
+    text.resize(std::strlen(text.c_str()));
+    return text;
+}
+
+// Damage gives the empty string; it shows at the next time that is read.
+std::string ReadString(BufferedReader& file) {
+    if (file.Remaining() < sizeof(std::int32_t)) {
+        file.SkipToEnd();
+        return {};
+    }
+    try {
+        const auto size = ReadInteger<std::int32_t>(file);
+        return size < 0 ? std::string() : ReadText(file, static_cast<std::uint32_t>(size));
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+void WriteString(BufferedWriter& file, const std::string& text) {
+    WriteInteger(file, static_cast<std::int32_t>(text.size() + 1));
+    file.Write(text.c_str(), text.size() + 1);
+}
+
+std::uint64_t CurrentTime() {
+    FILETIME time;
+    ::GetSystemTimeAsFileTime(&time);
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+bool IsGone(const std::string& path) {
+    if (FileNames::CheckFolderExists(path))
+        return false;
+    const DWORD error = ::GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+} // namespace
+
+std::string TrashCatalogue::GetFilePath() const {
+    return FileNames::JoinFolder(folder, ".trash.db");
+}
+
+void TrashCatalogue::Load(std::string newFolder) {
+    folder = std::move(newFolder);
+    const std::string path = GetFilePath();
+    fileCouldNotBeRead = true;
+    if (!FileNames::CheckFileExists(path)) {
+        fileCouldNotBeRead = !IsGone(path);
+        return;
+    }
+    try {
+        OpenFile file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+        BufferedReader reader(file.Get());
+        fileCouldNotBeRead = false;
+        ReadRecords(reader);
+        fileCouldNotBeRead = reader.Failed();
+    } catch (const VelloxException&) {
+        // What could be read stays, and the next save repairs the file.
+    }
+}
+
+void TrashCatalogue::ReadRecords(BufferedReader& reader) {
+    const auto version = ReadInteger<std::int32_t>(reader);
+    const auto count = ReadInteger<std::int32_t>(reader);
+    const std::lock_guard<CatalogueLock> guard(lock);
+    for (std::int32_t index = 0; index < count; ++index) {
+        std::string key = ReadString(reader);
+        TrashEntry entry;
+        entry.trashedTime = ReadInteger<std::uint64_t>(reader);
+        if (version >= currentVersion)
+            entry.restorePath = ReadString(reader);
+        // The file is in order, so that the end is where its records belong.
+        const auto stored = entries.try_emplace(entries.end(), std::move(key));
+        stored->second = std::move(entry);
+    }
+}
+
+void TrashCatalogue::Save() {
+    if (fileCouldNotBeRead)
+        return;
+    try {
+        WriteTo(GetFilePath());
+    } catch (const VelloxException&) {
+        // The entries wait for the next save.
+    }
+}
+
+void TrashCatalogue::WriteTo(const std::string& path) {
+    OpenFile file(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS);
+    const std::lock_guard<CatalogueLock> guard(lock);
+    BufferedWriter writer(file.Get());
+    WriteInteger(writer, currentVersion);
+    WriteInteger(writer, static_cast<std::int32_t>(entries.size()));
+    for (const auto& [trashPath, entry] : entries) {
+        WriteString(writer, trashPath);
+        WriteInteger(writer, entry.trashedTime);
+        WriteString(writer, entry.restorePath);
+    }
+    writer.Finish();
+    entries.clear();
+}
+
+void TrashCatalogue::Add(std::string trashPath, std::string restorePath) {
+    const std::lock_guard<CatalogueLock> guard(lock);
+    entries[std::move(trashPath)] = {CurrentTime(), std::move(restorePath)};
+}
+
+bool TrashCatalogue::FindRestorePath(const std::string& trashPath, std::string& restorePath) {
+    const std::lock_guard<CatalogueLock> guard(lock);
+    const auto found = entries.find(trashPath);
+    if (found == entries.end())
+        return false;
+    restorePath = found->second.restorePath;
+    return !restorePath.empty();
+}
+
+void TrashCatalogue::Remove(const std::string& trashPath) {
+    const std::lock_guard<CatalogueLock> guard(lock);
+    entries.erase(trashPath);
+}
+
+} // namespace Vellox

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "fileobjects/buffered_file.h"
+#include "platform/win32.h"
+
+namespace Vellox {
+
+struct TrashEntry {
+    std::uint64_t trashedTime = 0; // ticks of 100 ns since 1601-01-01 UTC
+    std::string restorePath;
+};
+
+class CatalogueLock {
+public:
+    CatalogueLock() { ::InitializeCriticalSection(&section_); }
+    CatalogueLock(const CatalogueLock&) = delete;
+    CatalogueLock& operator=(const CatalogueLock&) = delete;
+    ~CatalogueLock() { ::DeleteCriticalSection(&section_); }
+    void lock() { ::EnterCriticalSection(&section_); }
+    void unlock() { ::LeaveCriticalSection(&section_); }
+
+private:
+    CRITICAL_SECTION section_;
+};
+
+// Remembers where the items in the trash came from. The file ".trash.db" in the trash folder is the record; the entries
+// in memory are a working copy that each operation on the trash loads, changes and saves.
+//
+// The file, little-endian and without gaps:
+//
+//   version  4 bytes, 2; below 2 the records have no restorePath
+//   count    4 bytes
+//   records  key: string, trashedTime: 8 bytes, restorePath: string; in ascending order of the keys' bytes
+//   string   size: 4 bytes, that of the text and its NUL; the text; a NUL
+//
+// No failure of the file leaves Load or Save.
+class TrashCatalogue {
+public:
+    std::string GetFilePath() const;
+
+    // Merges the file of that folder into the entries; the file wins. Of a damaged file the complete records before
+    // the damage count.
+    void Load(std::string folder);
+
+    // Replaces the file by the entries, and forgets them if that worked. Holds back, and keeps the entries, after a
+    // Load that found a file which the system would not let it read: what that file holds would be lost.
+    void Save();
+
+    void Add(std::string trashPath, std::string restorePath);
+    bool FindRestorePath(const std::string& trashPath, std::string& restorePath);
+    void Remove(const std::string& trashPath);
+
+private:
+    void ReadRecords(QuirnFiles::BufferedReader& reader);
+    void WriteTo(const std::string& path);
+
+    // In this order, so that at unload the lock goes first and the entries last.
+    std::map<std::string, TrashEntry> entries; // ordered by unsigned bytes, as std::string compares
+    std::string folder;
+    CatalogueLock lock;
+    bool fileCouldNotBeRead = false;
+};
+
+extern TrashCatalogue trashCatalogue;
+
+} // namespace Vellox

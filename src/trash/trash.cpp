@@ -1,0 +1,104 @@
+#include "vellox/trash.h"
+
+#include <string_view>
+#include <utility>
+
+#include "filesystem/free_names.h"
+#include "filesystem/queries.h"
+#include "frame/text.h"
+#include "pathtext/join.h"
+#include "trash/catalogue.h"
+#include "trash/move.h"
+#include "vellox/filesystem.h"
+#include "vellox/pathtext.h"
+
+namespace Vellox::FileNames {
+namespace {
+
+constexpr std::string_view separators = "\\/";
+
+std::string_view WithoutTrailingSeparators(std::string_view path) {
+    return path.substr(0, path.find_last_not_of(separators) + 1);
+}
+
+bool IsOnShare(std::string_view path) {
+    return path.find_first_not_of(separators) >= 2 && path.size() > 2;
+}
+
+bool IsLetter(char character) {
+    return FoldCase(character) >= 'a' && FoldCase(character) <= 'z';
+}
+
+// `\\server` and `\\server\share` hold items and are none.
+bool NamesShareItself(std::string_view path) {
+    if (!IsOnShare(path))
+        return false;
+    const std::size_t serverEnd = path.find_first_of(separators, 2);
+    return serverEnd == std::string_view::npos || path.find_first_of(separators, serverEnd + 1) == std::string_view::npos;
+}
+
+// The name of an item, by which it goes into the trash; empty if the path names none.
+std::string_view ItemName(std::string_view path) {
+    if (NamesShareItself(path))
+        return {};
+    std::string_view name = path.substr(path.find_last_of(separators) + 1);
+    const bool startsWithDrive = name.size() == path.size() && name.size() >= 2 && name[1] == ':' && IsLetter(name[0]);
+    if (startsWithDrive)
+        name.remove_prefix(2);
+    return name == "." || name == ".." ? std::string_view() : name;
+}
+
+std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
+    std::string extension = GetExtension(name);
+    if (extension == name)
+        return ComposeFreeName(JoinFolder(trashFolder, name), "", "", IsTaken);
+    const std::string stem = ExtensionChange(std::move(name), "");
+    return ComposeFreeName(JoinFolder(trashFolder, stem), extension, "", IsTaken);
+}
+
+} // namespace
+
+std::string GetTrashFolderPath() {
+    return JoinFolder(GetHomeFolderBase(), "Trash");
+}
+
+void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
+    const std::string trashFolder = GetTrashFolderPath();
+    if (updateCatalogueFile)
+        trashCatalogue.Load(trashFolder);
+    const std::string item(WithoutTrailingSeparators(UpToNul(path)));
+    const std::string_view name = ItemName(item);
+    if (!name.empty()) {
+        if (!CheckFolderExists(trashFolder))
+            CreateDirectoryA(trashFolder);
+        std::string trashPath = ComposeTrashPath(trashFolder, std::string(name));
+        MoveFileOrFolder(item, trashPath);
+        trashCatalogue.Add(std::move(trashPath), std::move(path));
+    }
+    if (updateCatalogueFile)
+        trashCatalogue.Save();
+}
+
+bool CanPutBack(std::string trashPath) {
+    trashCatalogue.Load(GetTrashFolderPath());
+    std::string restorePath;
+    const bool isKnown = trashCatalogue.FindRestorePath(trashPath, restorePath);
+    trashCatalogue.Save();
+    return isKnown;
+}
+
+bool PutBack(std::string trashPath) {
+    trashCatalogue.Load(GetTrashFolderPath());
+    std::string restorePath;
+    bool isDone = trashCatalogue.FindRestorePath(trashPath, restorePath);
+    if (isDone) {
+        const std::string destination(WithoutTrailingSeparators(UpToNul(restorePath)));
+        isDone = MoveFileOrFolder(trashPath, destination) != MoveResult::DestinationTaken;
+        if (isDone)
+            trashCatalogue.Remove(trashPath);
+    }
+    trashCatalogue.Save();
+    return isDone;
+}
+
+} // namespace Vellox::FileNames
