@@ -1,0 +1,57 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace Vellox::Testing {
+
+namespace fs = std::filesystem;
+
+// The path as the library takes it: `C:\...`.
+std::string Win32(const fs::path& path);
+
+// One table row, named in the message of a failure.
+#define VELLOX_TRACE_ROW(text) SCOPED_TRACE(std::string("row: ") + (text))
+
+void WriteFile(const fs::path& path, std::string_view content);
+std::string ReadFile(const fs::path& path);
+
+// Every entry below the folder with its kind, permissions, and content or link target, one line each, in order. Two
+// folders that hold the same give the same text.
+std::string Describe(const fs::path& folder);
+
+// How many descriptors the process has open.
+std::size_t OpenDescriptors();
+
+// Rights do not bind root. Acts as another user, who owns nothing, until it goes; without root there is nothing to do.
+class AsOrdinaryUser {
+public:
+    AsOrdinaryUser();
+    ~AsOrdinaryUser();
+};
+
+// A fresh folder that is removed at the end. It is the current directory while the test runs. A test that leaves open
+// descriptors behind fails.
+class ScratchTest : public ::testing::Test {
+protected:
+    ScratchTest();
+    ~ScratchTest() override;
+
+    // A path in the folder, and the same as the library takes it.
+    fs::path At(std::string_view name) const { return folder_ / name; }
+    std::string In(std::string_view name) const { return Win32(At(name)); }
+
+    // A fresh folder on another volume, removed at the end; skips the test where there is none.
+    fs::path OtherVolume();
+
+private:
+    fs::path folder_;
+    fs::path otherFolder_;
+    fs::path previousFolder_;
+    std::size_t descriptorsBefore_;
+};
+
+} // namespace Vellox::Testing
