@@ -128,4 +128,28 @@ VELLOX_API std::string ComposeNewFilenameAndCheckExists(std::string folder, std:
 VELLOX_API std::string ComposeNewFolderAndCheckExists(std::string stem, std::string tail);
 VELLOX_API std::string ComposeNewFolderAndCheckExists(std::string folder, std::string stem, std::string tail);
 
+// ---- Temporary names ----
+
+// Makes a new empty file in the temporary folder and gives its path: the first three characters of the prefix, a
+// hexadecimal number and .TMP. The file is the caller's. Empty if there is no temporary folder or no file can be made.
+VELLOX_API std::string GetTempFilename(std::string prefix);
+VELLOX_API WideString GetTempFilename(WideString prefix);
+
+// A path in the temporary folder at which nothing stands now: "fld", a hexadecimal number and .TMP. Nothing is left on
+// the disk, so someone else can take the name. Empty if none can be had. GetTempFolderW is the same operation, in spite
+// of its name.
+VELLOX_API std::string GetTempFilenameNoCreate();
+VELLOX_API WideString GetTempFilenameNoCreateW();
+VELLOX_API WideString GetTempFolderW();
+
+// The first free path of vellox.EXT, vellox1.EXT, ... in the temporary folder; the extension comes without its dot.
+// Nothing is created, so a second call gives the same path. Without a temporary folder, the name alone.
+VELLOX_API std::string GetUniqueTempFilename(std::string extension);
+
+// The temporary folder, narrow, with a trailing `\`; empty if there is none. On Linux $TMPDIR, or /tmp. The two names
+// are one operation, and GetTempFolderRoot gives the same folder, absolute and with `.` and `..` resolved.
+VELLOX_API std::string GetTempFolder();
+VELLOX_API std::string GetTempFolderT();
+VELLOX_API std::string GetTempFolderRoot();
+
 } // namespace Vellox::FileNames

@@ -100,4 +100,46 @@ VELLOX_API std::string AppendStringBeforeFilename(std::string path, std::string 
 //   C:\a => C:\a\*     C:\a\ => C:\a\\*     "" => \*
 VELLOX_API std::string FormatDirectory(std::string path);
 
+// ---- Normal forms and comparison ----
+
+// The full form of the path, narrow: absolute, `.` and `..` resolved (never above the root of the drive or the share),
+// `/` as `\`, the case as it was, a trailing separator kept. The path need not exist.
+//   C:/a/./b/../c.wav => C:\a\c.wav     rel\x.wav => C:\w\rel\x.wav     C:\a\.. => C:\     "" => ""
+// A path that the system refuses comes back as it was; one whose full form has 1040 bytes or more gives "".
+VELLOX_API std::string NormalizePath(std::string path);
+
+// A copy with A to Z folded to small letters; every other byte stays.
+VELLOX_API std::string NormalizePathCase(std::string& path);
+
+// True if the texts are equal but for the case of A to Z. Nothing else is evened out: bring normal paths.
+//   C:\A\b.wav, c:\a\B.WAV => true      C:\a, C:\a\ => false      C:/a, C:\a => false
+VELLOX_API bool CompareNormalizedPaths(std::string first, std::string second);
+
+// True if the path begins with the folder and a `\`, but for the case of A to Z.
+//   C:\Songs\a.wav, c:\songs => true     C:\Songs, C:\Songs => false     C:\Songs2\a, C:\Songs => false
+//   anything, "" => true
+VELLOX_API bool IsPathBelow(std::string path, std::string folder);
+
+// A path written with `/` in the local form: each `/` becomes `\`, and "C:" is put in front of a leading `/`.
+//   /Users/me/a.wav => C:\Users\me\a.wav     Audio/a.wav => Audio\a.wav     D:/x => D:\x
+VELLOX_API std::string ConvertPathToLocalSystem(std::string path);
+
+// ---- Absolute and relative paths ----
+
+// The normal form of the path, which is taken against base if it is relative, or against the current directory if base
+// is null or empty. `/a` counts as relative, `\a` and `C:a` do not. The base is a folder, whatever it looks like.
+//   b.wav, C:\a => C:\a\b.wav    ..\b.wav, C:\a\c => C:\a\b.wav    C:\b.wav, anything => C:\b.wav
+//   "", C:\a => C:\a\ (as a folder)    "", null => C:\w    "", "" => ""
+VELLOX_API std::string GetAbsolutePath(std::string path, const char* base);
+
+// Expresses the path relative to the folder of another file. Gives 1 and the result, or 0, with the result as it was, if
+// the two have no first component in common or one is beyond the limits of path_rimuovifilename. The result is written
+// last, so it may be one of the inputs. Case does not matter; the names in the result are those of the path.
+//   C:\S\Demo\s.sng, C:\S\Audio\t.wav => ..\Audio\t.wav    C:\S\s.sng, C:\S\t.wav => t.wav
+//   C:\S\s.sng, D:\t.wav => 0
+// A relative path is taken against the whole text of the other file, as if that were a folder.
+VELLOX_API std::int32_t GetPathRelativeToOtherFile(std::string& result,
+                                                   const std::string& otherFile,
+                                                   const std::string& path);
+
 } // namespace Vellox::FileNames

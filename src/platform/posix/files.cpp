@@ -54,18 +54,6 @@ Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD 
     return file;
 }
 
-// A handle never has the value of a standard stream, so that null is none.
-HANDLE ToHandle(Descriptor file) {
-    if (file.Get() >= lowestHandle)
-        return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(file.Release()));
-    const int higher = ::fcntl(file.Get(), F_DUPFD_CLOEXEC, lowestHandle);
-    if (higher < 0) {
-        FailFromErrno();
-        return INVALID_HANDLE_VALUE;
-    }
-    return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(higher));
-}
-
 } // namespace
 
 HANDLE CreateFileW(const WCHAR* path,

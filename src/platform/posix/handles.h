@@ -4,11 +4,15 @@
 
 #include <climits>
 
+#include "platform/posix/descriptor.h"
 #include "platform/posix/errors.h"
 
 namespace Vellox::Posix {
 
 inline constexpr int lowestHandle = 3;
+
+// A handle never has the value of a standard stream, so that null is none.
+HANDLE ToHandle(Descriptor file);
 
 // The descriptor that a handle stands for; false, with the last error set, if it can be none.
 inline bool ToDescriptor(HANDLE handle, int& descriptor) {

@@ -194,28 +194,30 @@ template <typename Char> std::size_t WriteFullPath(const FullPathParts<Char>& pa
     return writer.Finish();
 }
 
-template <typename Char> Char* FullPath(Char* buffer, std::basic_string_view<Char> path, std::size_t capacity) {
+// The length of the full path, which is in the buffer if it is smaller than the capacity; 0 if there is none.
+template <typename Char>
+std::size_t MakeFullPath(Char* buffer, std::basic_string_view<Char> path, std::size_t capacity) {
     FullPathParts<Char> parts;
     CurrentFolder<Char> current;
     if (!TakeParts(parts, path, current))
-        return nullptr;
-    if (parts.LongestResult() <= capacity) {
-        WriteFullPath(parts, buffer);
-        return buffer;
-    }
+        return 0;
+    if (parts.LongestResult() <= capacity)
+        return WriteFullPath(parts, buffer);
     // Long text can still be short when its `..` are resolved.
     const std::unique_ptr<Char[]> full(new (std::nothrow) Char[parts.LongestResult()]);
-    if (full == nullptr) {
-        Fail(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
+    if (full == nullptr)
+        return static_cast<std::size_t>(Fail(ERROR_NOT_ENOUGH_MEMORY));
     const std::size_t length = WriteFullPath(parts, full.get());
-    if (length >= capacity) {
+    if (length < capacity)
+        std::copy_n(full.get(), length + 1, buffer);
+    return length;
+}
+
+template <typename Char> Char* FullPath(Char* buffer, std::basic_string_view<Char> path, std::size_t capacity) {
+    const std::size_t length = MakeFullPath(buffer, path, capacity);
+    if (length >= capacity)
         Fail(ERROR_FILENAME_EXCED_RANGE);
-        return nullptr;
-    }
-    std::copy_n(full.get(), length + 1, buffer);
-    return buffer;
+    return length != 0 && length < capacity ? buffer : nullptr;
 }
 
 } // namespace
@@ -227,4 +229,11 @@ char* _fullpath(char* buffer, const char* path, std::size_t capacity) {
 
 WCHAR* _wfullpath(WCHAR* buffer, const WCHAR* path, std::size_t capacity) {
     return Vellox::Posix::FullPath(buffer, std::u16string_view(path), capacity);
+}
+
+DWORD GetFullPathNameA(const char* path, DWORD capacity, char* buffer, char** /*filePart*/) {
+    if (*path == '\0')
+        return static_cast<DWORD>(Vellox::Posix::Fail(ERROR_PATH_NOT_FOUND));
+    const std::size_t length = Vellox::Posix::MakeFullPath(buffer, std::string_view(path), capacity);
+    return static_cast<DWORD>(length < capacity ? length : length + 1);
 }

@@ -91,6 +91,17 @@ int WideCharToMultiByte(UINT codePage,
 char* _fullpath(char* buffer, const char* path, std::size_t capacity);
 WCHAR* _wfullpath(WCHAR* buffer, const WCHAR* path, std::size_t capacity);
 
+// The length of the full form, 0 if there is none, or, with nothing written, the capacity that it needs.
+DWORD GetFullPathNameA(const char* path, DWORD capacity, char* buffer, char** filePart);
+
+// The temporary folder with a trailing backslash. Gives its length, or, with nothing written, the capacity that it needs.
+DWORD GetTempPathA(DWORD capacity, char* buffer);
+DWORD GetTempPathW(DWORD capacity, WCHAR* buffer);
+
+// Makes a new empty file. For the unique number 0 only; the buffer holds 1040 characters here.
+UINT GetTempFileNameA(const char* folder, const char* prefix, UINT unique, char* buffer);
+UINT GetTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT unique, WCHAR* buffer);
+
 // ---- Files ----
 
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1)))
@@ -225,6 +236,57 @@ int SHFileOperationW(SHFILEOPSTRUCTW* operation);
 
 // CSIDL_APPDATA only. The buffer holds 1040 bytes here, as a path can be longer than MAX_PATH.
 BOOL SHGetSpecialFolderPathA(HWND owner, char* buffer, int folder, BOOL create);
+
+// ---- Processes ----
+
+inline constexpr DWORD DETACHED_PROCESS = 8;
+inline constexpr DWORD INFINITE = 0xFFFFFFFF;
+inline constexpr DWORD WAIT_OBJECT_0 = 0;
+inline constexpr DWORD WAIT_TIMEOUT = 258;
+inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
+
+struct STARTUPINFOA {
+    DWORD cb;
+    char* lpReserved;
+    char* lpDesktop;
+    char* lpTitle;
+    DWORD dwX;
+    DWORD dwY;
+    DWORD dwXSize;
+    DWORD dwYSize;
+    DWORD dwXCountChars;
+    DWORD dwYCountChars;
+    DWORD dwFillAttribute;
+    DWORD dwFlags;
+    WORD wShowWindow;
+    WORD cbReserved2;
+    BYTE* lpReserved2;
+    HANDLE hStdInput;
+    HANDLE hStdOutput;
+    HANDLE hStdError;
+};
+static_assert(sizeof(STARTUPINFOA) == 104);
+
+struct PROCESS_INFORMATION {
+    HANDLE hProcess;
+    HANDLE hThread; // always null: a program is known by its process alone
+    DWORD dwProcessId;
+    DWORD dwThreadId;
+};
+static_assert(sizeof(PROCESS_INFORMATION) == 24);
+
+// A detached process from a command line, which is split by the quoting rules of Win32.
+BOOL CreateProcessA(const char* application,
+                    char* commandLine,
+                    SECURITY_ATTRIBUTES* process,
+                    SECURITY_ATTRIBUTES* thread,
+                    BOOL inheritHandles,
+                    DWORD flags,
+                    void* environment,
+                    const char* currentDirectory,
+                    STARTUPINFOA* startup,
+                    PROCESS_INFORMATION* information);
+DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 
 // ---- System ----
 

@@ -1,0 +1,55 @@
+#include "trashfolder.h"
+
+#include "paths.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+#include <vellox/filesystem.h>
+#include <vellox/pathtext.h>
+#include <vellox/trash.h>
+
+namespace FileNames = Vellox::FileNames;
+
+namespace songbin {
+namespace {
+
+constexpr const char* catalogueName = ".trash.db";
+
+void Append(std::vector<std::string>& names, const std::vector<std::string>& more) {
+    names.insert(names.end(), more.begin(), more.end());
+}
+
+} // namespace
+
+std::string TrashFolder() {
+    if (GetHomeFolderBase().empty())
+        throw std::runtime_error("the system does not tell the folder for the user's own data");
+    return FileNames::GetTrashFolderPath();
+}
+
+void MakeHomeFolder() {
+    const std::string home = GetHomeFolderBase();
+    if (home.empty() || !FileNames::CreateDirectories(home))
+        throw std::runtime_error("the home folder cannot be made: " + LocalPath(home));
+}
+
+std::vector<std::string> TrashItems() {
+    const std::string trash = TrashFolder();
+    if (!IsThere(trash))
+        return {};
+    // The library lists what it may not read as empty; this throws instead.
+    const std::filesystem::directory_iterator readable(SystemPath(trash));
+    const std::string everything = FileNames::FormatDirectory(trash);
+    std::vector<std::string> names = FileNames::GetFolderFiles(everything);
+    Append(names, FileNames::GetFolderSubfolders(everything));
+    names.erase(std::remove(names.begin(), names.end(), catalogueName), names.end());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string TrashPath(const std::string& item) {
+    return TrashFolder() + "\\" + item;
+}
+
+} // namespace songbin

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace songbin {
+
+// Throws if there is no home folder to hold the trash: the library would then take a relative path for it.
+std::string TrashFolder();
+
+// Makes the home folder, which the library expects to be there. Throws if that cannot be done.
+void MakeHomeFolder();
+
+// The names in the trash, sorted, without the catalogue's own file. Throws if the trash cannot be listed.
+std::vector<std::string> TrashItems();
+
+std::string TrashPath(const std::string& item);
+
+} // namespace songbin

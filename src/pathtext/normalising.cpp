@@ -1,0 +1,41 @@
+#include <algorithm>
+
+#include "frame/limits.h"
+#include "frame/text.h"
+#include "platform/win32.h"
+#include "vellox/pathtext.h"
+
+namespace Vellox::FileNames {
+
+std::string NormalizePath(std::string path) {
+    char full[pathBufferSize] = {};
+    if (::GetFullPathNameA(path.c_str(), pathBufferSize, full, nullptr) != 0)
+        path = full;
+    return path;
+}
+
+std::string NormalizePathCase(std::string& path) {
+    std::string folded = path;
+    std::transform(folded.begin(), folded.end(), folded.begin(), FoldCase);
+    return folded;
+}
+
+bool CompareNormalizedPaths(std::string first, std::string second) {
+    return EqualsIgnoringCase(first, second);
+}
+
+bool IsPathBelow(std::string path, std::string folder) {
+    if (!folder.empty() && folder.back() != '\\')
+        folder += '\\';
+    return EqualsIgnoringCase(std::string_view(path).substr(0, folder.size()), folder);
+}
+
+std::string ConvertPathToLocalSystem(std::string path) {
+    const bool isRooted = !path.empty() && path[0] == '/';
+    std::replace(path.begin(), path.end(), '/', '\\');
+    if (isRooted)
+        path.insert(0, "C:");
+    return path;
+}
+
+} // namespace Vellox::FileNames

@@ -1,0 +1,83 @@
+#include "pathtext/relative.h"
+
+#include "frame/limits.h"
+#include "frame/text.h"
+#include "pathtext/join.h"
+#include "platform/win32.h"
+#include "vellox/pathtext.h"
+
+namespace Vellox::FileNames {
+namespace {
+
+constexpr std::string_view separators = "\\/";
+
+bool IsRelative(const std::string& path) {
+    const std::string_view text = UpToNul(path);
+    const bool startsAtRoot = !text.empty() && text[0] == '\\';
+    const bool hasDrive = text.size() >= 2 && text[1] == ':';
+    return !startsAtRoot && !hasDrive;
+}
+
+std::string AgainstCurrentFolder(std::string path) {
+    char full[pathBufferSize] = {};
+    if (::_fullpath(full, path.c_str(), pathBufferSize) != nullptr && full[0] != '\0')
+        path = full;
+    return NormalizePath(std::move(path));
+}
+
+} // namespace
+
+ComponentReader::ComponentReader(std::string_view path) : rest_(path) {
+    if (!rest_.empty() && separators.find(rest_[0]) != std::string_view::npos)
+        rest_.remove_prefix(1);
+}
+
+bool ComponentReader::Next(std::string_view& component) {
+    if (rest_.empty())
+        return false;
+    component = rest_.substr(0, rest_.find_first_of(separators));
+    rest_.remove_prefix(std::min(component.size() + 1, rest_.size()));
+    return true;
+}
+
+bool ComposeRelativeFolder(std::string_view target, std::string_view base, std::string& relative) {
+    ComponentReader targetReader(target);
+    ComponentReader baseReader(base);
+    std::string_view targetName;
+    std::string_view baseName;
+    bool haveCommonRoot = false;
+    bool targetIsLeft = targetReader.Next(targetName);
+    bool baseIsLeft = baseReader.Next(baseName);
+    while (targetIsLeft && baseIsLeft && EqualsIgnoringCase(targetName, baseName)) {
+        haveCommonRoot = true;
+        targetIsLeft = targetReader.Next(targetName);
+        baseIsLeft = baseReader.Next(baseName);
+    }
+    for (; baseIsLeft && !baseName.empty(); baseIsLeft = baseReader.Next(baseName))
+        relative += "..\\";
+    for (; targetIsLeft && !targetName.empty(); targetIsLeft = targetReader.Next(targetName))
+        relative.append(targetName).append(1, '\\');
+    return haveCommonRoot;
+}
+
+std::string GetAbsolutePath(std::string path, const char* base) {
+    if (!IsRelative(path))
+        return NormalizePath(std::move(path));
+    if (base == nullptr)
+        return AgainstCurrentFolder(std::move(path));
+    return NormalizePath(JoinFolder(base, path));
+}
+
+std::int32_t GetPathRelativeToOtherFile(std::string& result, const std::string& otherFile, const std::string& path) {
+    const std::string absolute = GetAbsolutePath(path, otherFile.c_str());
+    const std::string base = path_rimuovifilename(otherFile);
+    const std::string target = path_rimuovifilename(absolute);
+    std::string relative;
+    if (absolute.empty() || base.empty() || target.empty() || !ComposeRelativeFolder(target, base, relative))
+        return 0;
+    relative.append(absolute, absolute.rfind('\\') + 1);
+    result = std::move(relative);
+    return 1;
+}
+
+} // namespace Vellox::FileNames
