@@ -132,14 +132,13 @@ VELLOX_API std::string ConvertPathToLocalSystem(std::string path);
 //   "", C:\a => C:\a\ (as a folder)    "", null => C:\w    "", "" => ""
 VELLOX_API std::string GetAbsolutePath(std::string path, const char* base);
 
-// Expresses the path relative to the folder of another file. Gives 1 and the result, or 0, with the result as it was, if
-// the two have no first component in common or one is beyond the limits of path_rimuovifilename. The result is written
-// last, so it may be one of the inputs. Case does not matter; the names in the result are those of the path.
+// Expresses the path relative to the folder of another file. Gives 1 and the result, or 0, with the result as it was,
+// if the two have no first component in common or one is beyond the limits of path_rimuovifilename. The result is
+// written last, so it may be one of the inputs. Case does not matter; the names in the result are those of the path.
 //   C:\S\Demo\s.sng, C:\S\Audio\t.wav => ..\Audio\t.wav    C:\S\s.sng, C:\S\t.wav => t.wav
 //   C:\S\s.sng, D:\t.wav => 0
 // A relative path is taken against the whole text of the other file, as if that were a folder.
-VELLOX_API std::int32_t GetPathRelativeToOtherFile(std::string& result,
-                                                   const std::string& otherFile,
+VELLOX_API std::int32_t GetPathRelativeToOtherFile(std::string& result, const std::string& otherFile,
                                                    const std::string& path);
 
 } // namespace Vellox::FileNames

@@ -23,9 +23,9 @@ namespace Vellox::FileNames {
 // Gives null if the program is missing or refused, or if the line is empty.
 VELLOX_API void* LaunchProcess(std::string program, std::vector<std::string>& arguments);
 
-// Waits until the process has ended, for at most that many milliseconds: 0 only asks, -1 waits without limit. Gives 1 if
-// it has ended, also when asked again, and 0 if not, if the wait failed or for null. Any number of threads may wait on
-// one handle. The handle stays open.
+// Waits until the process has ended, for at most that many milliseconds: 0 only asks, -1 waits without limit. Gives 1
+// if it has ended, also when asked again, and 0 if not, if the wait failed or for null. Any number of threads may wait
+// on one handle. The handle stays open.
 VELLOX_API std::int32_t WaitForProcess(void* process, std::int32_t timeout);
 
 } // namespace Vellox::FileNames

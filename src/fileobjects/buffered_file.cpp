@@ -6,9 +6,7 @@
 namespace QuirnFiles {
 namespace {
 
-std::uint64_t SizeOrNone(std::int64_t size) {
-    return size > 0 ? static_cast<std::uint64_t>(size) : 0;
-}
+std::uint64_t SizeOrNone(std::int64_t size) { return size > 0 ? static_cast<std::uint64_t>(size) : 0; }
 
 } // namespace
 

@@ -16,9 +16,7 @@ std::int64_t CFileBase::GetRemainingSize() {
     return end - position;
 }
 
-void CFile::Open(const char* path,
-                 std::uint32_t desiredAccess,
-                 std::uint32_t shareMode,
+void CFile::Open(const char* path, std::uint32_t desiredAccess, std::uint32_t shareMode,
                  std::uint32_t creationDisposition) {
     handle = ::CreateFileW(Vellox::Utf8ToWide(path).c_str(), desiredAccess, shareMode, nullptr, creationDisposition,
                            FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -46,21 +44,15 @@ std::int64_t CFile::Seek(std::int64_t offset, std::uint32_t origin) {
     return ::SetFilePointerEx(handle, distance, &position, origin) != FALSE ? position.QuadPart : -1;
 }
 
-CFileBase* CFile::Clone() {
-    return new CFile(*this);
-}
+CFileBase* CFile::Clone() { return new CFile(*this); }
 
 std::int64_t CFile::GetRemainingSize() {
     LARGE_INTEGER size;
     return ::GetFileSizeEx(handle, &size) != FALSE ? size.QuadPart - Tell() : 0;
 }
 
-bool CFile::Close() {
-    return ::CloseHandle(std::exchange(handle, nullptr)) != FALSE;
-}
+bool CFile::Close() { return ::CloseHandle(std::exchange(handle, nullptr)) != FALSE; }
 
-bool CFile::Flush() {
-    return VelloxFlushFileBuffers(handle) != 0;
-}
+bool CFile::Flush() { return VelloxFlushFileBuffers(handle) != 0; }
 
 } // namespace QuirnFiles

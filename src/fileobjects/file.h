@@ -26,7 +26,8 @@ public:
 class CFile : public CFileBase {
 public:
     // The three values go to the system as they are. A handle that the object held before is not closed.
-    void Open(const char* path, std::uint32_t desiredAccess, std::uint32_t shareMode, std::uint32_t creationDisposition);
+    void Open(const char* path, std::uint32_t desiredAccess, std::uint32_t shareMode,
+              std::uint32_t creationDisposition);
 
     std::uint64_t Write(const void* data, std::uint64_t count) override;
     // The end of the file and a failure both give less than count.

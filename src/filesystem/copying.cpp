@@ -50,8 +50,8 @@ CopyFileError ClassifyFailure(DWORD error, const std::string& source, const std:
 } // namespace
 
 bool CopyFileA(std::string source, std::string destination, bool failIfExists, CopyFileError* error) {
-    const BOOL copied = ::CopyFileW(Utf8ToWide(source).c_str(), Utf8ToWide(destination).c_str(),
-                                    static_cast<BOOL>(failIfExists));
+    const BOOL copied =
+        ::CopyFileW(Utf8ToWide(source).c_str(), Utf8ToWide(destination).c_str(), static_cast<BOOL>(failIfExists));
     if (copied == FALSE && error != nullptr)
         *error = ClassifyFailure(::GetLastError(), source, destination, failIfExists);
     return copied != FALSE;
@@ -71,9 +71,7 @@ bool DeleteFolderForGood(const std::string& path) {
     return RunShell(FO_DELETE, ShellPath(path), nullptr, DeletionFlags(false, true));
 }
 
-void CopyFolder(std::string source, std::string destination) {
-    CopyFolderContents(source, destination);
-}
+void CopyFolder(std::string source, std::string destination) { CopyFolderContents(source, destination); }
 
 void DeleteFolderWithContents(const char* path, bool showShellDialogs, bool permanently) {
     RunShell(FO_DELETE, ShellPath(path), nullptr, DeletionFlags(showShellDialogs, permanently));

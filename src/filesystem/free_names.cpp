@@ -9,9 +9,7 @@
 
 namespace Vellox::FileNames {
 
-std::string ComposeFreeName(std::string stem,
-                            const std::string& tail,
-                            const char* beforeNumber,
+std::string ComposeFreeName(std::string stem, const std::string& tail, const char* beforeNumber,
                             bool (*isTaken)(const std::string& path)) {
     const std::size_t stemLength = stem.size();
     // The system reads up to a NUL, so behind one a number makes no difference.

@@ -13,8 +13,7 @@ namespace {
 
 class Search {
 public:
-    explicit Search(const std::string& pattern)
-        : handle_(::FindFirstFileW(Utf8ToWide(pattern).c_str(), &match_)) {}
+    explicit Search(const std::string& pattern) : handle_(::FindFirstFileW(Utf8ToWide(pattern).c_str(), &match_)) {}
     Search(const Search&) = delete;
     Search& operator=(const Search&) = delete;
     ~Search() {
@@ -89,13 +88,9 @@ bool HasMatch(const std::string& pattern) {
     return true;
 }
 
-std::vector<std::string> GetFolderFiles(std::string pattern) {
-    return List(pattern, EntryKind::File);
-}
+std::vector<std::string> GetFolderFiles(std::string pattern) { return List(pattern, EntryKind::File); }
 
-std::vector<std::string> GetFolderSubfolders(std::string pattern) {
-    return List(pattern, EntryKind::Folder);
-}
+std::vector<std::string> GetFolderSubfolders(std::string pattern) { return List(pattern, EntryKind::Folder); }
 
 std::int32_t GetFolderFiles(const char* pattern, char* name, std::int32_t maxLength, void** state) {
     return name == nullptr ? OpenListing(pattern, state) : TakeNextName(name, maxLength, *state);

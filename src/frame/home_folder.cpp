@@ -20,6 +20,4 @@ std::string GetHomeFolderBase() {
     return homeFolder;
 }
 
-std::string GetProgramFolderUserDocuments() {
-    return GetHomeFolderBase();
-}
+std::string GetProgramFolderUserDocuments() { return GetHomeFolderBase(); }

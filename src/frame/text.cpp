@@ -24,8 +24,8 @@ std::string WideToUtf8(const WideChar* text) {
     if (units == 0 || units >= INT_MAX / 3)
         return {};
     std::string narrow(units * 3 + 1, '\0');
-    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), static_cast<int>(narrow.size()),
-                                           nullptr, nullptr);
+    const int size =
+        ::WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), static_cast<int>(narrow.size()), nullptr, nullptr);
     narrow.resize(size > 0 ? static_cast<std::size_t>(size) - 1 : 0);
     return narrow;
 }
@@ -38,9 +38,7 @@ WideString WidenBytes(const std::string& text) {
 }
 
 // Only valid UTF-8 survives the way there and back.
-bool IsValidUtf8(const std::string& text) {
-    return WideToUtf8(Utf8ToWide(text).c_str()) == UpToNul(text);
-}
+bool IsValidUtf8(const std::string& text) { return WideToUtf8(Utf8ToWide(text).c_str()) == UpToNul(text); }
 
 WideString ShellPath(const std::string& path) {
     if (!IsValidUtf8(path))

@@ -179,6 +179,5 @@ BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists)
     Target target;
     if (!OpenTarget(to, status, existing, target))
         return FALSE;
-    return static_cast<BOOL>(
-        CopyRegularFile(file.Get(), status, target.folder.Get(), target.name.c_str(), existing));
+    return static_cast<BOOL>(CopyRegularFile(file.Get(), status, target.folder.Get(), target.name.c_str(), existing));
 }

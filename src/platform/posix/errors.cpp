@@ -4,13 +4,9 @@ namespace {
 thread_local DWORD lastError = ERROR_SUCCESS;
 } // namespace
 
-DWORD GetLastError() {
-    return lastError;
-}
+DWORD GetLastError() { return lastError; }
 
-void SetLastError(DWORD error) {
-    lastError = error;
-}
+void SetLastError(DWORD error) { lastError = error; }
 
 namespace Vellox::Posix {
 
@@ -50,8 +46,6 @@ bool Fail(DWORD error) {
     return false;
 }
 
-bool FailFromErrno() {
-    return Fail(ErrorFromErrno(errno));
-}
+bool FailFromErrno() { return Fail(ErrorFromErrno(errno)); }
 
 } // namespace Vellox::Posix

@@ -56,13 +56,8 @@ Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD 
 
 } // namespace
 
-HANDLE CreateFileW(const WCHAR* path,
-                   DWORD access,
-                   DWORD shareMode,
-                   SECURITY_ATTRIBUTES* /*security*/,
-                   DWORD disposition,
-                   DWORD /*flags*/,
-                   HANDLE /*templateFile*/) {
+HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* /*security*/,
+                   DWORD disposition, DWORD /*flags*/, HANDLE /*templateFile*/) {
     const PosixPath place(path);
     if (!place.IsValid())
         return INVALID_HANDLE_VALUE;

@@ -22,9 +22,7 @@ template <typename Char> bool IsOnShare(std::basic_string_view<Char> path) {
     return path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
 }
 
-template <typename Char> bool IsRootDrive(Char letter) {
-    return letter == 'C' || letter == 'c';
-}
+template <typename Char> bool IsRootDrive(Char letter) { return letter == 'C' || letter == 'c'; }
 
 } // namespace
 
@@ -131,8 +129,7 @@ template <typename Char> std::size_t ShareRootLength(std::basic_string_view<Char
     return position;
 }
 
-template <typename Char>
-void PutShareRoot(ComponentWriter<Char>& writer, std::basic_string_view<Char> root) {
+template <typename Char> void PutShareRoot(ComponentWriter<Char>& writer, std::basic_string_view<Char> root) {
     const Char separator[] = {'\\'};
     writer.PutRoot({separator, 1});
     writer.PutRoot({separator, 1});

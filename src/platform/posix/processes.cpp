@@ -72,8 +72,8 @@ int RunProgram(void* argument) {
 // The memory and the descriptors are the host's: the process descriptor that is made here is the host's own.
 int RunHelper(void* argument) {
     Launch& launch = *static_cast<Launch*>(argument);
-    const int process = ::clone(RunProgram, launch.programStack, CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD, argument,
-                                &launch.processDescriptor);
+    const int process = ::clone(RunProgram, launch.programStack, CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD,
+                                argument, &launch.processDescriptor);
     if (process == -1)
         launch.error = errno;
     else if (launch.error != 0)
@@ -128,9 +128,7 @@ struct timespec Now() {
 constexpr LONGLONG nanosecondsPerSecond = 1'000'000'000;
 constexpr LONGLONG nanosecondsPerMillisecond = 1'000'000;
 
-LONGLONG Nanoseconds(const struct timespec& time) {
-    return time.tv_sec * nanosecondsPerSecond + time.tv_nsec;
-}
+LONGLONG Nanoseconds(const struct timespec& time) { return time.tv_sec * nanosecondsPerSecond + time.tv_nsec; }
 
 // Gives what poll gives; a signal does not end the wait.
 int PollUntil(struct pollfd& process, LONGLONG deadline) {
@@ -145,16 +143,9 @@ int PollUntil(struct pollfd& process, LONGLONG deadline) {
 
 } // namespace
 
-BOOL CreateProcessA(const char* /*application*/,
-                    char* commandLine,
-                    SECURITY_ATTRIBUTES* /*process*/,
-                    SECURITY_ATTRIBUTES* /*thread*/,
-                    BOOL /*inheritHandles*/,
-                    DWORD /*flags*/,
-                    void* /*environment*/,
-                    const char* /*currentDirectory*/,
-                    STARTUPINFOA* /*startup*/,
-                    PROCESS_INFORMATION* information) {
+BOOL CreateProcessA(const char* /*application*/, char* commandLine, SECURITY_ATTRIBUTES* /*process*/,
+                    SECURITY_ATTRIBUTES* /*thread*/, BOOL /*inheritHandles*/, DWORD /*flags*/, void* /*environment*/,
+                    const char* /*currentDirectory*/, STARTUPINFOA* /*startup*/, PROCESS_INFORMATION* information) {
     std::vector<std::string> words = SplitCommandLine(commandLine);
     if (words.empty())
         return static_cast<BOOL>(Fail(ERROR_FILE_NOT_FOUND));

@@ -25,9 +25,7 @@ bool IsAsciiWord(const WCHAR* text) {
     return ((words[0] | words[1]) & 0xFF80FF80FF80FF80U) == 0;
 }
 
-unsigned char ByteAt(const char* text, std::size_t position) {
-    return static_cast<unsigned char>(text[position]);
-}
+unsigned char ByteAt(const char* text, std::size_t position) { return static_cast<unsigned char>(text[position]); }
 
 struct LeadByte {
     std::size_t trailing;
@@ -71,13 +69,9 @@ char32_t ReadCodePoint(const char* text, std::size_t length, std::size_t& positi
     return point;
 }
 
-bool IsHighSurrogate(char32_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
+bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 
-bool IsLowSurrogate(char32_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
+bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 char32_t ReadCodePoint(const WCHAR* text, std::size_t length, std::size_t& position) {
     const char32_t first = text[position++];
@@ -168,14 +162,8 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, const char* text, int length
     return Answer(DecodeUtf8(text, size, capacity == 0 ? nullptr : buffer, static_cast<std::size_t>(capacity)));
 }
 
-int WideCharToMultiByte(UINT codePage,
-                        DWORD flags,
-                        const WCHAR* text,
-                        int length,
-                        char* buffer,
-                        int capacity,
-                        const char* defaultCharacter,
-                        BOOL* usedDefaultCharacter) {
+int WideCharToMultiByte(UINT codePage, DWORD flags, const WCHAR* text, int length, char* buffer, int capacity,
+                        const char* defaultCharacter, BOOL* usedDefaultCharacter) {
     if (codePage != CP_UTF8 || flags != 0 || length != -1 || capacity < 0 || defaultCharacter != nullptr ||
         usedDefaultCharacter != nullptr)
         return static_cast<int>(Fail(ERROR_INVALID_PARAMETER));

@@ -76,14 +76,8 @@ inline constexpr UINT CP_UTF8 = 65001;
 
 // For code page 65001, flags 0 and NUL-terminated text (length -1) only; the terminator is converted and counted.
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* text, int length, WCHAR* buffer, int capacity);
-int WideCharToMultiByte(UINT codePage,
-                        DWORD flags,
-                        const WCHAR* text,
-                        int length,
-                        char* buffer,
-                        int capacity,
-                        const char* defaultCharacter,
-                        BOOL* usedDefaultCharacter);
+int WideCharToMultiByte(UINT codePage, DWORD flags, const WCHAR* text, int length, char* buffer, int capacity,
+                        const char* defaultCharacter, BOOL* usedDefaultCharacter);
 
 // ---- Paths ----
 
@@ -94,7 +88,8 @@ WCHAR* _wfullpath(WCHAR* buffer, const WCHAR* path, std::size_t capacity);
 // The length of the full form, 0 if there is none, or, with nothing written, the capacity that it needs.
 DWORD GetFullPathNameA(const char* path, DWORD capacity, char* buffer, char** filePart);
 
-// The temporary folder with a trailing backslash. Gives its length, or, with nothing written, the capacity that it needs.
+// The temporary folder with a trailing backslash. Gives its length, or, with nothing written, the capacity that it
+// needs.
 DWORD GetTempPathA(DWORD capacity, char* buffer);
 DWORD GetTempPathW(DWORD capacity, WCHAR* buffer);
 
@@ -137,13 +132,8 @@ union ULARGE_INTEGER {
 static_assert(sizeof(LARGE_INTEGER) == 8 && sizeof(ULARGE_INTEGER) == 8);
 
 // OPEN_EXISTING and CREATE_ALWAYS only. A folder does not open, and a FIFO opens for reading without a wait.
-HANDLE CreateFileW(const WCHAR* path,
-                   DWORD access,
-                   DWORD shareMode,
-                   SECURITY_ATTRIBUTES* security,
-                   DWORD disposition,
-                   DWORD flags,
-                   HANDLE templateFile);
+HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* security, DWORD disposition,
+                   DWORD flags, HANDLE templateFile);
 BOOL ReadFile(HANDLE file, void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped);
 BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped);
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method);
@@ -276,16 +266,9 @@ struct PROCESS_INFORMATION {
 static_assert(sizeof(PROCESS_INFORMATION) == 24);
 
 // A detached process from a command line, which is split by the quoting rules of Win32.
-BOOL CreateProcessA(const char* application,
-                    char* commandLine,
-                    SECURITY_ATTRIBUTES* process,
-                    SECURITY_ATTRIBUTES* thread,
-                    BOOL inheritHandles,
-                    DWORD flags,
-                    void* environment,
-                    const char* currentDirectory,
-                    STARTUPINFOA* startup,
-                    PROCESS_INFORMATION* information);
+BOOL CreateProcessA(const char* application, char* commandLine, SECURITY_ATTRIBUTES* process,
+                    SECURITY_ATTRIBUTES* thread, BOOL inheritHandles, DWORD flags, void* environment,
+                    const char* currentDirectory, STARTUPINFOA* startup, PROCESS_INFORMATION* information);
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 
 // ---- System ----

@@ -1,0 +1,185 @@
+#include "pathtext/relative.h"
+#include "support/scratch.h"
+#include "vellox/pathtext.h"
+
+namespace Vellox::FileNames {
+namespace {
+
+using namespace Vellox::Testing;
+
+class FullPathTest : public ScratchTest {
+protected:
+    // Rows write the current directory as C:\cur.
+    std::string WithCurrent(std::string text) const {
+        const std::string placeholder = R"(C:\cur)";
+        const std::size_t position = text.find(placeholder);
+        return position == std::string::npos ? text : text.replace(position, placeholder.size(), In(""));
+    }
+    std::string In(std::string_view name) const {
+        std::string path = ScratchTest::In(name);
+        return path.back() == '\\' ? path.substr(0, path.size() - 1) : path;
+    }
+};
+
+TEST_F(FullPathTest, NormalizePath) {
+    const std::string long1039 = "C:\\" + std::string(1036, 'a');
+    const struct {
+        std::string path;
+        std::string normal;
+    } rows[] = {
+        {"C:/a/./b/../c.wav", R"(C:\a\c.wav)"},
+        {R"(rel\x.wav)", R"(C:\cur\rel\x.wav)"},
+        {R"(C:\a\)", R"(C:\a\)"},
+        {R"(C:\No\Such\File.WAV)", R"(C:\No\Such\File.WAV)"},
+        {"", ""},
+        {long1039, long1039},
+        {long1039 + "a", ""},
+        {long1039 + R"(\..\b)", R"(C:\b)"},
+    };
+    for (const auto& row : rows) {
+        VELLOX_TRACE_ROW(row.path);
+        EXPECT_EQ(NormalizePath(row.path), WithCurrent(row.normal));
+    }
+}
+
+TEST_F(FullPathTest, GetAbsolutePath) {
+    const struct {
+        const char* path;
+        const char* base;
+        const char* absolute;
+    } rows[] = {
+        {R"(C:\a\..\b.wav)", R"(D:\x)", R"(C:\b.wav)"},
+        {"b.wav", R"(C:\a)", R"(C:\a\b.wav)"},
+        {"b.wav", R"(C:\a\)", R"(C:\a\b.wav)"},
+        {R"(..\b.wav)", R"(C:\a\c)", R"(C:\a\b.wav)"},
+        {"b.wav", "", R"(C:\cur\b.wav)"},
+        {"b.wav", nullptr, R"(C:\cur\b.wav)"},
+        {R"(\b.wav)", R"(C:\a)", R"(C:\b.wav)"},
+        {"/b.wav", R"(C:\a)", R"(C:\a\b.wav)"},
+        {"", R"(C:\a)", R"(C:\a\)"},
+        {"", nullptr, R"(C:\cur)"},
+        {"", "", ""},
+        {"b.wav", "C:/a/", R"(C:\a\b.wav)"},
+        {"C:b.wav", R"(D:\a)", R"(C:\cur\b.wav)"},
+    };
+    for (const auto& row : rows) {
+        VELLOX_TRACE_ROW(std::string(row.path) + ", " + (row.base != nullptr ? row.base : "null"));
+        EXPECT_EQ(GetAbsolutePath(row.path, row.base), WithCurrent(row.absolute));
+    }
+}
+
+TEST(NormalizePathCase, FoldsAsciiOnly) {
+    std::string path = "C:/\xC3\x89 Z[z@";
+    EXPECT_EQ(NormalizePathCase(path), "c:/\xC3\x89 z[z@");
+    EXPECT_EQ(path, "C:/\xC3\x89 Z[z@");
+}
+
+TEST(NormalizedPaths, CompareAndLieBelow) {
+    const struct {
+        const char* first;
+        const char* second;
+        bool areEqual;
+        bool isBelow;
+    } rows[] = {
+        {R"(C:\A\b.wav)", R"(c:\a\B.WAV)", true, false},
+        {R"(C:\a)", R"(C:\a\)", false, false},
+        {"C:/a", R"(C:\a)", false, false},
+        {R"(C:\a\..\b)", R"(C:\b)", false, false},
+        {"", "", true, true},
+        {"\xC3\x89", "\xC3\xA9", false, false},
+        {R"(C:\Songs\a.wav)", R"(C:\Songs)", false, true},
+        {R"(c:\SONGS\a.wav)", R"(C:\songs\)", false, true},
+        {R"(C:\Songs\Sub\a.wav)", R"(C:\Songs)", false, true},
+        {R"(C:\Songs\)", R"(C:\Songs)", false, true},
+        {R"(C:\Songs2\a.wav)", R"(C:\Songs)", false, false},
+        {"C:/Songs/a.wav", "C:/Songs", false, false},
+        {R"(C:/Songs\a.wav)", "C:/Songs", false, true},
+        {"anything", "", false, true},
+        {"", R"(C:\Songs)", false, false},
+    };
+    for (const auto& row : rows) {
+        VELLOX_TRACE_ROW(std::string(row.first) + ", " + row.second);
+        EXPECT_EQ(CompareNormalizedPaths(row.first, row.second), row.areEqual);
+        EXPECT_EQ(IsPathBelow(row.first, row.second), row.isBelow);
+    }
+}
+
+TEST(ConvertPathToLocalSystem, TurnsSlashes) {
+    const char* rows[][2] = {
+        {"/Users/me/a.wav", R"(C:\Users\me\a.wav)"},
+        {"Audio/a.wav", R"(Audio\a.wav)"},
+        {"D:/x/a.wav", R"(D:\x\a.wav)"},
+        {R"(C:\x\a.wav)", R"(C:\x\a.wav)"},
+        {"/", R"(C:\)"},
+        {"//srv/x", R"(C:\\srv\x)"},
+        {R"(\x/a.wav)", R"(\x\a.wav)"},
+        {"", ""},
+    };
+    for (const auto& row : rows) {
+        VELLOX_TRACE_ROW(row[0]);
+        EXPECT_EQ(ConvertPathToLocalSystem(row[0]), row[1]);
+    }
+}
+
+TEST_F(FullPathTest, GetPathRelativeToOtherFile) {
+    const char* const unchanged = "unchanged";
+    const std::string longFolder = R"(C:\)" + std::string(254, 'f') + '\\';
+    const struct {
+        std::string otherFile;
+        std::string path;
+        std::string relative;
+    } rows[] = {
+        {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Audio\take1.wav)", R"(..\Audio\take1.wav)"},
+        {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Demo\take1.wav)", "take1.wav"},
+        {R"(C:\Songs\song.sng)", R"(C:\Songs\Audio\Drums\take1.wav)", R"(Audio\Drums\take1.wav)"},
+        {R"(C:\Songs\Demo\song.sng)", R"(C:\take1.wav)", R"(..\..\take1.wav)"},
+        {R"(C:\SONGS\DEMO\song.sng)", R"(c:\songs\Audio\Take1.wav)", R"(..\Audio\Take1.wav)"},
+        {"C:/Songs/Demo/song.sng", "C:/Songs/Audio/take1.wav", R"(..\Audio\take1.wav)"},
+        {R"(C:\Songs\Demo\)", R"(C:\Songs\Audio\take1.wav)", R"(..\Audio\take1.wav)"},
+        {R"(C:\Songs\Demo)", R"(C:\Songs\Audio\take1.wav)", R"(Audio\take1.wav)"},
+        {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Audio\)", R"(..\Audio\)"},
+        {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Demo\)", ""},
+        {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs)", R"(..\..\Songs)"},
+        {R"(C:\Songs\Demo\song.sng)", R"(D:\Audio\take1.wav)", unchanged},
+        {R"(\\srv\share\a\s.sng)", R"(C:\b\t.wav)", unchanged},
+        {R"(\\srv\share\a\s.sng)", R"(\\srv\share\b\t.wav)", R"(..\b\t.wav)"},
+        {R"(\\srv1\share\a\s.sng)", R"(\\srv2\other\b\t.wav)", R"(..\..\..\srv2\other\b\t.wav)"},
+        {R"(C:\Songs\Demo\)", "take1.wav", "take1.wav"},
+        {R"(C:\Songs\Demo\song.sng)", "take1.wav", R"(song.sng\take1.wav)"},
+        {R"(C:\Songs\Demo\song.sng)", R"(..\take1.wav)", "take1.wav"},
+        {R"(C:\Songs\Demo\song.sng)", "", R"(song.sng\)"},
+        {R"(C:\s.sng)", longFolder + "t.wav", unchanged},
+        {longFolder + "s.sng", R"(C:\t.wav)", unchanged},
+        {R"(C:\s.sng)", std::string(2000, 'a'), unchanged},
+    };
+    for (const auto& row : rows) {
+        VELLOX_TRACE_ROW(row.otherFile + ", " + row.path);
+        std::string result = unchanged;
+        EXPECT_EQ(GetPathRelativeToOtherFile(result, row.otherFile, row.path), row.relative == unchanged ? 0 : 1);
+        EXPECT_EQ(result, row.relative);
+    }
+    std::string path = R"(C:\Songs\Audio\take1.wav)";
+    EXPECT_EQ(GetPathRelativeToOtherFile(path, R"(C:\Songs\song.sng)", path), 1);
+    EXPECT_EQ(path, R"(Audio\take1.wav)");
+}
+
+TEST(ComponentReader, HandsOutComponents) {
+    const struct {
+        const char* path;
+        std::string components; // each with a bar behind it
+    } rows[] = {
+        {"", ""}, {R"(\a\b)", "a|b|"}, {R"(a\b\)", "a|b|"}, {R"(a\\b)", "a||b|"}, {R"(\\srv/share)", "|srv|share|"},
+    };
+    for (const auto& row : rows) {
+        VELLOX_TRACE_ROW(row.path);
+        ComponentReader reader(row.path);
+        std::string_view component;
+        std::string components;
+        while (reader.Next(component))
+            components.append(component).append("|");
+        EXPECT_EQ(components, row.components);
+    }
+}
+
+} // namespace
+} // namespace Vellox::FileNames
