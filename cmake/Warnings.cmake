@@ -3,6 +3,10 @@ option(VELLOX_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
 
 function(vellox_set_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+  # GCC 12 finds overlaps in std::string that are not there.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
   if(VELLOX_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -6,7 +6,9 @@
 namespace QuirnFiles {
 namespace {
 
-std::uint64_t SizeOrNone(std::int64_t size) { return size > 0 ? static_cast<std::uint64_t>(size) : 0; }
+std::uint64_t SizeOrNone(std::int64_t size) {
+    return size > 0 ? static_cast<std::uint64_t>(size) : 0;
+}
 
 } // namespace
 

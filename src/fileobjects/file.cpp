@@ -44,15 +44,21 @@ std::int64_t CFile::Seek(std::int64_t offset, std::uint32_t origin) {
     return ::SetFilePointerEx(handle, distance, &position, origin) != FALSE ? position.QuadPart : -1;
 }
 
-CFileBase* CFile::Clone() { return new CFile(*this); }
+CFileBase* CFile::Clone() {
+    return new CFile(*this);
+}
 
 std::int64_t CFile::GetRemainingSize() {
     LARGE_INTEGER size;
     return ::GetFileSizeEx(handle, &size) != FALSE ? size.QuadPart - Tell() : 0;
 }
 
-bool CFile::Close() { return ::CloseHandle(std::exchange(handle, nullptr)) != FALSE; }
+bool CFile::Close() {
+    return ::CloseHandle(std::exchange(handle, nullptr)) != FALSE;
+}
 
-bool CFile::Flush() { return VelloxFlushFileBuffers(handle) != 0; }
+bool CFile::Flush() {
+    return VelloxFlushFileBuffers(handle) != 0;
+}
 
 } // namespace QuirnFiles

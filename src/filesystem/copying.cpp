@@ -71,7 +71,9 @@ bool DeleteFolderForGood(const std::string& path) {
     return RunShell(FO_DELETE, ShellPath(path), nullptr, DeletionFlags(false, true));
 }
 
-void CopyFolder(std::string source, std::string destination) { CopyFolderContents(source, destination); }
+void CopyFolder(std::string source, std::string destination) {
+    CopyFolderContents(source, destination);
+}
 
 void DeleteFolderWithContents(const char* path, bool showShellDialogs, bool permanently) {
     RunShell(FO_DELETE, ShellPath(path), nullptr, DeletionFlags(showShellDialogs, permanently));

@@ -23,7 +23,9 @@ std::string LeadingBackslashes(const std::string& path) {
 
 } // namespace
 
-bool CreateDirectoryA(std::string path) { return ::CreateDirectoryW(Utf8ToWide(path).c_str(), nullptr) != FALSE; }
+bool CreateDirectoryA(std::string path) {
+    return ::CreateDirectoryW(Utf8ToWide(path).c_str(), nullptr) != FALSE;
+}
 
 std::vector<std::string> SplitFolderComponents(const std::string& path) {
     std::vector<std::string> components;

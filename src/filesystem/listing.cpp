@@ -88,9 +88,13 @@ bool HasMatch(const std::string& pattern) {
     return true;
 }
 
-std::vector<std::string> GetFolderFiles(std::string pattern) { return List(pattern, EntryKind::File); }
+std::vector<std::string> GetFolderFiles(std::string pattern) {
+    return List(pattern, EntryKind::File);
+}
 
-std::vector<std::string> GetFolderSubfolders(std::string pattern) { return List(pattern, EntryKind::Folder); }
+std::vector<std::string> GetFolderSubfolders(std::string pattern) {
+    return List(pattern, EntryKind::Folder);
+}
 
 std::int32_t GetFolderFiles(const char* pattern, char* name, std::int32_t maxLength, void** state) {
     return name == nullptr ? OpenListing(pattern, state) : TakeNextName(name, maxLength, *state);

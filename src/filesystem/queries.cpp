@@ -44,7 +44,9 @@ bool IsSpecialFile(std::string /*path*/, bool& flag) {
     return false;
 }
 
-bool IsSymlink(std::string /*path*/) { return false; }
+bool IsSymlink(std::string /*path*/) {
+    return false;
+}
 
 bool IsFolderEmpty(std::string pattern) {
     const std::string text(UpToNul(pattern));
@@ -72,6 +74,8 @@ std::string GetModuleFilename() {
     return path;
 }
 
-void VelloxSetCurrentDirectory(const char* path) { ::SetCurrentDirectoryA(path); }
+void VelloxSetCurrentDirectory(const char* path) {
+    ::SetCurrentDirectoryA(path);
+}
 
 } // namespace Vellox::FileNames

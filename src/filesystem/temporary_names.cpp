@@ -8,7 +8,9 @@ namespace Vellox::FileNames {
 namespace {
 
 // True if the system gave a length that is text in the buffer.
-bool IsWritten(DWORD length, std::size_t capacity) { return length != 0 && length < capacity; }
+bool IsWritten(DWORD length, std::size_t capacity) {
+    return length != 0 && length < capacity;
+}
 
 std::string TempFolder(std::size_t capacity) {
     std::string folder(capacity, '\0');
@@ -53,17 +55,25 @@ WideString GetTempFilenameNoCreateW() {
     return path;
 }
 
-WideString GetTempFolderW() { return GetTempFilenameNoCreateW(); }
+WideString GetTempFolderW() {
+    return GetTempFilenameNoCreateW();
+}
 
 std::string GetUniqueTempFilename(std::string extension) {
     extension.insert(0, 1, '.');
     return ComposeNewFilenameAndCheckExists(TempFolder(pathBufferSize), "vellox", std::move(extension));
 }
 
-std::string GetTempFolder() { return TempFolder(longFolderBufferSize); }
+std::string GetTempFolder() {
+    return TempFolder(longFolderBufferSize);
+}
 
-std::string GetTempFolderT() { return GetTempFolder(); }
+std::string GetTempFolderT() {
+    return GetTempFolder();
+}
 
-std::string GetTempFolderRoot() { return GetPathWithoutFilename(GetTempFolder()); }
+std::string GetTempFolderRoot() {
+    return GetPathWithoutFilename(GetTempFolder());
+}
 
 } // namespace Vellox::FileNames

@@ -20,4 +20,6 @@ std::string GetHomeFolderBase() {
     return homeFolder;
 }
 
-std::string GetProgramFolderUserDocuments() { return GetHomeFolderBase(); }
+std::string GetProgramFolderUserDocuments() {
+    return GetHomeFolderBase();
+}

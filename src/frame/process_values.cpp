@@ -8,13 +8,21 @@ namespace {
 float uiScaleFactor = 1.0F;
 } // namespace
 
-void SetUIScaleFactor(float factor) { uiScaleFactor = factor; }
+void SetUIScaleFactor(float factor) {
+    uiScaleFactor = factor;
+}
 
-float GetUIScaleFactor() { return uiScaleFactor; }
+float GetUIScaleFactor() {
+    return uiScaleFactor;
+}
 
-std::string GetPlatform() { return "windows"; }
+std::string GetPlatform() {
+    return "windows";
+}
 
-std::string GetPlatformType() { return "desktop"; }
+std::string GetPlatformType() {
+    return "desktop";
+}
 
 void CheckExtractAssetFile(std::string /*asset*/, std::string /*destination*/) {}
 

@@ -38,7 +38,9 @@ WideString WidenBytes(const std::string& text) {
 }
 
 // Only valid UTF-8 survives the way there and back.
-bool IsValidUtf8(const std::string& text) { return WideToUtf8(Utf8ToWide(text).c_str()) == UpToNul(text); }
+bool IsValidUtf8(const std::string& text) {
+    return WideToUtf8(Utf8ToWide(text).c_str()) == UpToNul(text);
+}
 
 WideString ShellPath(const std::string& path) {
     if (!IsValidUtf8(path))

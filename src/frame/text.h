@@ -32,7 +32,9 @@ WideString WidenBytes(const std::string& text);
 WideString ShellPath(const std::string& path);
 
 // The text up to its first NUL, which is where the system stops reading.
-inline std::string_view UpToNul(std::string_view text) { return text.substr(0, text.find('\0')); }
+inline std::string_view UpToNul(std::string_view text) {
+    return text.substr(0, text.find('\0'));
+}
 
 // ASCII alone changes case here, whatever the locale of the host.
 inline char FoldCase(char character) {

@@ -42,9 +42,13 @@ bool EndsInExtension(std::string_view text, std::string_view extension) {
     return tail[0] == '.' && EqualsIgnoringCase(tail.substr(1), extension);
 }
 
-std::string GetExtension(std::string& path) { return ExtensionOrWhole(path); }
+std::string GetExtension(std::string& path) {
+    return ExtensionOrWhole(path);
+}
 
-WideString GetExtension(WideString& path) { return ExtensionOrWhole(path); }
+WideString GetExtension(WideString& path) {
+    return ExtensionOrWhole(path);
+}
 
 std::string GetExtensionWithoutDot(std::string path) {
     const std::size_t length = WithoutDot(path).size();
@@ -52,7 +56,9 @@ std::string GetExtensionWithoutDot(std::string path) {
     return path;
 }
 
-bool HasExtension(std::string path) { return path.find('.') != npos; }
+bool HasExtension(std::string path) {
+    return path.find('.') != npos;
+}
 
 std::int32_t extension_change(char* path, const char* extension) {
     char* end = std::strrchr(path, '.');

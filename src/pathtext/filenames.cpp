@@ -74,17 +74,25 @@ std::string GetFolderPathFromFilename(std::string path) {
     return path;
 }
 
-void path_rimuovifilename(char* path, std::int32_t size) { ReplaceByFolder(path, size); }
+void path_rimuovifilename(char* path, std::int32_t size) {
+    ReplaceByFolder(path, size);
+}
 
 void path_rimuovifilename(WideChar* path, std::int32_t size) {
     ReplaceByFolder(path, size / static_cast<std::int32_t>(sizeof(WideChar)));
 }
 
-std::string path_rimuovifilename(std::string path) { return FolderOfString(path); }
+std::string path_rimuovifilename(std::string path) {
+    return FolderOfString(path);
+}
 
-WideString path_rimuovifilename(WideString path) { return FolderOfString(path); }
+WideString path_rimuovifilename(WideString path) {
+    return FolderOfString(path);
+}
 
-std::string GetPathWithoutFilename(std::string path) { return FolderOfString(path); }
+std::string GetPathWithoutFilename(std::string path) {
+    return FolderOfString(path);
+}
 
 std::string GetPathRoot(std::string& path) {
     const PathParts<char> parts = SplitPath(UpToNul(path));

@@ -20,7 +20,9 @@ std::string NormalizePathCase(std::string& path) {
     return folded;
 }
 
-bool CompareNormalizedPaths(std::string first, std::string second) { return EqualsIgnoringCase(first, second); }
+bool CompareNormalizedPaths(std::string first, std::string second) {
+    return EqualsIgnoringCase(first, second);
+}
 
 bool IsPathBelow(std::string path, std::string folder) {
     if (!folder.empty() && folder.back() != '\\')

@@ -101,7 +101,9 @@ bool IsGone(const std::string& path) {
 
 } // namespace
 
-std::string TrashCatalogue::GetFilePath() const { return FileNames::JoinFolder(folder, ".trash.db"); }
+std::string TrashCatalogue::GetFilePath() const {
+    return FileNames::JoinFolder(folder, ".trash.db");
+}
 
 void TrashCatalogue::Load(std::string newFolder) {
     folder = std::move(newFolder);

@@ -21,9 +21,13 @@ std::string_view WithoutTrailingSeparators(std::string_view path) {
     return path.substr(0, path.find_last_not_of(separators) + 1);
 }
 
-bool IsOnShare(std::string_view path) { return path.find_first_not_of(separators) >= 2 && path.size() > 2; }
+bool IsOnShare(std::string_view path) {
+    return path.find_first_not_of(separators) >= 2 && path.size() > 2;
+}
 
-bool IsLetter(char character) { return FoldCase(character) >= 'a' && FoldCase(character) <= 'z'; }
+bool IsLetter(char character) {
+    return FoldCase(character) >= 'a' && FoldCase(character) <= 'z';
+}
 
 // `\\server` and `\\server\share` hold items and are none.
 bool NamesShareItself(std::string_view path) {
@@ -55,7 +59,9 @@ std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
 
 } // namespace
 
-std::string GetTrashFolderPath() { return JoinFolder(GetHomeFolderBase(), "Trash"); }
+std::string GetTrashFolderPath() {
+    return JoinFolder(GetHomeFolderBase(), "Trash");
+}
 
 void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
     const std::string trashFolder = GetTrashFolderPath();

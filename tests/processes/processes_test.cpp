@@ -42,7 +42,9 @@ protected:
     }
 };
 
-bool HasChildren() { return ::waitpid(-1, nullptr, WNOHANG | __WALL) != -1; }
+bool HasChildren() {
+    return ::waitpid(-1, nullptr, WNOHANG | __WALL) != -1;
+}
 
 TEST(CommandLine, IsSplitAsAWindowsProgramWould) {
     const struct {

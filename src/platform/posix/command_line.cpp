@@ -12,7 +12,9 @@
 namespace Vellox::Posix {
 namespace {
 
-bool IsBlank(char character) { return character == ' ' || character == '\t'; }
+bool IsBlank(char character) {
+    return character == ' ' || character == '\t';
+}
 
 class CommandLineReader {
 public:

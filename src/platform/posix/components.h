@@ -6,7 +6,9 @@
 
 namespace Vellox::Posix {
 
-template <typename Char> bool IsSeparator(Char character) { return character == '\\' || character == '/'; }
+template <typename Char> bool IsSeparator(Char character) {
+    return character == '\\' || character == '/';
+}
 
 template <typename Char> bool IsDriveLetter(Char character) {
     return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');

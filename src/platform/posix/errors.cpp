@@ -4,9 +4,13 @@ namespace {
 thread_local DWORD lastError = ERROR_SUCCESS;
 } // namespace
 
-DWORD GetLastError() { return lastError; }
+DWORD GetLastError() {
+    return lastError;
+}
 
-void SetLastError(DWORD error) { lastError = error; }
+void SetLastError(DWORD error) {
+    lastError = error;
+}
 
 namespace Vellox::Posix {
 
@@ -46,6 +50,8 @@ bool Fail(DWORD error) {
     return false;
 }
 
-bool FailFromErrno() { return Fail(ErrorFromErrno(errno)); }
+bool FailFromErrno() {
+    return Fail(ErrorFromErrno(errno));
+}
 
 } // namespace Vellox::Posix

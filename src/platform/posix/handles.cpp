@@ -5,7 +5,9 @@
 namespace Vellox::Posix {
 namespace {
 
-HANDLE HandleOf(int descriptor) { return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(descriptor)); }
+HANDLE HandleOf(int descriptor) {
+    return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(descriptor));
+}
 
 } // namespace
 

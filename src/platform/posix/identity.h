@@ -11,7 +11,9 @@ inline bool IsSameEntry(const struct stat& first, const struct stat& second) {
     return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-inline bool IsDotName(std::string_view name) { return name == "." || name == ".."; }
+inline bool IsDotName(std::string_view name) {
+    return name == "." || name == "..";
+}
 
 // True if the path is that folder or would stand below it, whatever links lead there.
 bool LiesInFolder(const std::string& path, const struct stat& folder);

@@ -22,7 +22,9 @@ template <typename Char> bool IsOnShare(std::basic_string_view<Char> path) {
     return path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
 }
 
-template <typename Char> bool IsRootDrive(Char letter) { return letter == 'C' || letter == 'c'; }
+template <typename Char> bool IsRootDrive(Char letter) {
+    return letter == 'C' || letter == 'c';
+}
 
 } // namespace
 

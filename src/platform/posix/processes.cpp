@@ -128,7 +128,9 @@ struct timespec Now() {
 constexpr LONGLONG nanosecondsPerSecond = 1'000'000'000;
 constexpr LONGLONG nanosecondsPerMillisecond = 1'000'000;
 
-LONGLONG Nanoseconds(const struct timespec& time) { return time.tv_sec * nanosecondsPerSecond + time.tv_nsec; }
+LONGLONG Nanoseconds(const struct timespec& time) {
+    return time.tv_sec * nanosecondsPerSecond + time.tv_nsec;
+}
 
 // Gives what poll gives; a signal does not end the wait.
 int PollUntil(struct pollfd& process, LONGLONG deadline) {

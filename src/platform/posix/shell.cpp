@@ -41,6 +41,10 @@ bool Run(const SHFILEOPSTRUCTW& operation) {
 
 } // namespace
 
-int SHFileOperationW(SHFILEOPSTRUCTW* operation) { return Run(*operation) ? 0 : static_cast<int>(::GetLastError()); }
+int SHFileOperationW(SHFILEOPSTRUCTW* operation) {
+    return Run(*operation) ? 0 : static_cast<int>(::GetLastError());
+}
 
-int Vellox::Platform::RunShellOperation(SHFILEOPSTRUCTW& operation) { return ::SHFileOperationW(&operation); }
+int Vellox::Platform::RunShellOperation(SHFILEOPSTRUCTW& operation) {
+    return ::SHFileOperationW(&operation);
+}

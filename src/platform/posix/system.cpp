@@ -131,8 +131,14 @@ void InitializeCriticalSection(CRITICAL_SECTION* section) {
     ::pthread_mutexattr_destroy(&attributes);
 }
 
-void EnterCriticalSection(CRITICAL_SECTION* section) { ::pthread_mutex_lock(&section->mutex); }
+void EnterCriticalSection(CRITICAL_SECTION* section) {
+    ::pthread_mutex_lock(&section->mutex);
+}
 
-void LeaveCriticalSection(CRITICAL_SECTION* section) { ::pthread_mutex_unlock(&section->mutex); }
+void LeaveCriticalSection(CRITICAL_SECTION* section) {
+    ::pthread_mutex_unlock(&section->mutex);
+}
 
-void DeleteCriticalSection(CRITICAL_SECTION* section) { ::pthread_mutex_destroy(&section->mutex); }
+void DeleteCriticalSection(CRITICAL_SECTION* section) {
+    ::pthread_mutex_destroy(&section->mutex);
+}

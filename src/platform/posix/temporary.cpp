@@ -42,7 +42,9 @@ unsigned NextNumber() {
     return next++;
 }
 
-bool IsContinuationByte(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+bool IsContinuationByte(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
 
 std::string_view FirstCharacters(std::string_view prefix) {
     std::size_t end = 0;

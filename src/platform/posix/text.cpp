@@ -25,7 +25,9 @@ bool IsAsciiWord(const WCHAR* text) {
     return ((words[0] | words[1]) & 0xFF80FF80FF80FF80U) == 0;
 }
 
-unsigned char ByteAt(const char* text, std::size_t position) { return static_cast<unsigned char>(text[position]); }
+unsigned char ByteAt(const char* text, std::size_t position) {
+    return static_cast<unsigned char>(text[position]);
+}
 
 struct LeadByte {
     std::size_t trailing;
@@ -69,9 +71,13 @@ char32_t ReadCodePoint(const char* text, std::size_t length, std::size_t& positi
     return point;
 }
 
-bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsHighSurrogate(char32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
 
-bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+bool IsLowSurrogate(char32_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 char32_t ReadCodePoint(const WCHAR* text, std::size_t length, std::size_t& position) {
     const char32_t first = text[position++];

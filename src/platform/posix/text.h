@@ -15,6 +15,8 @@ inline constexpr std::size_t doesNotFit = SIZE_MAX;
 std::size_t DecodeUtf8(const char* text, std::size_t length, WCHAR* output, std::size_t capacity);
 std::size_t EncodeUtf8(const WCHAR* text, std::size_t length, char* output, std::size_t capacity);
 
-inline std::size_t WideLength(const WCHAR* text) { return std::char_traits<WCHAR>::length(text); }
+inline std::size_t WideLength(const WCHAR* text) {
+    return std::char_traits<WCHAR>::length(text);
+}
 
 } // namespace Vellox::Posix
