@@ -1,16 +1,18 @@
 #include "commands.h"
 
-#include "display.h"
-#include "paths.h"
-#include "trashfolder.h"
-
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <system_error>
+
 #include <vellox/filesystem.h>
 #include <vellox/pathtext.h>
 #include <vellox/songs.h>
 #include <vellox/trash.h>
+
+#include "display.h"
+#include "paths.h"
+#include "trashfolder.h"
 
 namespace fs = std::filesystem;
 namespace FileNames = Vellox::FileNames;
@@ -22,8 +24,21 @@ std::string YesNo(bool value) {
     return value ? "yes" : "no";
 }
 
-std::string Counted(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+void ComplainAbout(const std::string& operand, const std::string& problem) {
+    Complain("\"" + operand + "\" " + problem);
+}
+
+// The work gives what is wrong, or the empty string if it is done. So do all functions here that give a problem.
+bool DoEach(const Operands& operands, std::string (*work)(const std::string& operand)) {
+    bool isAllDone = true;
+    for (const std::string& operand : operands) {
+        const std::string problem = work(operand);
+        if (problem.empty())
+            continue;
+        ComplainAbout(operand, problem);
+        isAllDone = false;
+    }
+    return isAllDone;
 }
 
 // ---- put ----
@@ -36,19 +51,15 @@ std::string ExplainMissing(const std::string& path) {
     return "does not exist";
 }
 
-// The empty string if the path went into the trash, else what is wrong. isHandedIn says whether the library was asked.
-std::string MoveIntoTrash(const std::string& typed, bool isLastOfBatch, bool& isHandedIn) {
-    isHandedIn = false;
+std::string MoveIntoTrash(const std::string& typed, bool isLastOfBatch) {
     const ResolvedPath resolved = ResolvePath(typed);
     if (resolved.path.empty())
-        return typed + ": " + resolved.problem;
-    const std::string localPath = LocalPath(resolved.path);
+        return resolved.problem;
     if (!IsThere(resolved.path))
-        return localPath + ": " + ExplainMissing(resolved.path);
+        return ExplainMissing(resolved.path);
     FileNames::DeleteFileToRecycleBin(resolved.path, isLastOfBatch);
-    isHandedIn = true;
     if (IsThere(resolved.path))
-        return localPath + ": is still there; it could not be moved into " + LocalPath(TrashFolder());
+        return "is still there; it could not be moved into " + LocalPath(TrashFolder());
     return {};
 }
 
@@ -71,11 +82,11 @@ std::vector<std::string> ListRow(const std::string& item) {
 
 std::string ExplainRefusal(const std::string& trashPath) {
     if (!FileNames::CanPutBack(trashPath))
-        return "the trash has no record of where it came from; it stays at " + LocalPath(trashPath);
-    return "something stands at its old place, so it stays in the trash";
+        return "has no record of where it came from; it stays at " + LocalPath(trashPath);
+    return "stays in the trash, as something stands at its old place";
 }
 
-// The empty string if the item went back, else what is wrong. The library's answer alone does not tell.
+// The library's answer alone does not tell whether the item went back.
 std::string PutItemBack(const std::string& name) {
     const std::vector<std::string> items = TrashItems();
     const std::string trashPath = TrashPath(name);
@@ -88,6 +99,7 @@ std::string PutItemBack(const std::string& name) {
     if (isStillThere)
         return "could not be moved to its old place, and the record of that place is gone; it is at " +
                LocalPath(trashPath);
+    std::cout << Printable(name) << " is back at its old place\n";
     return {};
 }
 
@@ -104,19 +116,17 @@ std::string ExtensionColumn(std::string path) {
     return extension == path ? "none" : Printable(extension);
 }
 
-std::string KindColumn(const std::string& path) {
-    if (!IsThere(path))
-        return "does not exist";
-    return IsFolder(path) ? "folder" : "file";
-}
-
-void PrintInfo(std::string path) {
+std::string PrintInfo(const std::string& typed) {
+    ResolvedPath resolved = ResolvePath(typed);
+    if (resolved.path.empty())
+        return resolved.problem;
+    std::string& path = resolved.path;
     const bool isFolder = IsFolder(path);
     const std::string folderPart = FileNames::GetPathWithoutFilename(path);
     const std::int64_t space = FileNames::GetAvailableSpace(isFolder ? path : folderPart);
     std::vector<std::vector<std::string>> rows = {
         {"Exists", YesNo(IsThere(path))},
-        {"Kind", KindColumn(path)},
+        {"Folder", YesNo(isFolder)},
         {"Song", SongColumn(path)},
         {"Extension", ExtensionColumn(path)},
         {"Folder part", Printable(LocalPath(folderPart))},
@@ -127,6 +137,7 @@ void PrintInfo(std::string path) {
         rows.push_back({"Empty", YesNo(FileNames::IsFolderEmpty(FileNames::FormatDirectory(path)))});
     std::cout << Printable(LocalPath(path)) << '\n';
     PrintTable(rows, "  ");
+    return {};
 }
 
 } // namespace
@@ -135,22 +146,21 @@ bool Put(const Operands& paths) {
     MakeHomeFolder();
     const Progress progress(paths.size());
     std::size_t moved = 0;
-    bool isHandedIn = false;
     for (std::size_t index = 0; index < paths.size(); ++index) {
         progress.Show(index);
-        const std::string problem = MoveIntoTrash(paths[index], index + 1 == paths.size(), isHandedIn);
+        const std::string problem = MoveIntoTrash(paths[index], index + 1 == paths.size());
         if (problem.empty()) {
             ++moved;
             continue;
         }
         progress.Clear();
-        Complain(problem);
+        ComplainAbout(paths[index], problem);
     }
-    // The last path closes the batch. Where it was not handed in, any question writes the records that wait.
-    if (!isHandedIn)
-        FileNames::CanPutBack(TrashFolder());
     progress.Clear();
-    std::cout << Counted(moved, "item") << " moved into the trash\n";
+    // The last path closes the batch, unless it never reached the library; then any question writes what waits.
+    if (moved < paths.size())
+        FileNames::CanPutBack(TrashFolder());
+    std::cout << moved << (moved == 1 ? " item" : " items") << " moved into the trash\n";
     return moved == paths.size();
 }
 
@@ -168,31 +178,11 @@ bool List(const Operands& /*none*/) {
 }
 
 bool Restore(const Operands& names) {
-    bool isAllDone = true;
-    for (const std::string& name : names) {
-        const std::string problem = PutItemBack(name);
-        if (problem.empty()) {
-            std::cout << Printable(name) << " is back at its old place\n";
-            continue;
-        }
-        Complain(name + ": " + problem);
-        isAllDone = false;
-    }
-    return isAllDone;
+    return DoEach(names, PutItemBack);
 }
 
 bool Info(const Operands& paths) {
-    bool isAllDone = true;
-    for (const std::string& typed : paths) {
-        const ResolvedPath resolved = ResolvePath(typed);
-        if (!resolved.path.empty()) {
-            PrintInfo(resolved.path);
-            continue;
-        }
-        Complain(typed + ": " + resolved.problem);
-        isAllDone = false;
-    }
-    return isAllDone;
+    return DoEach(paths, PrintInfo);
 }
 
 } // namespace songbin

@@ -1,13 +1,13 @@
 #include "display.h"
 
-#include "terminal.h"
-
 #include <algorithm>
 #include <array>
 #include <iomanip>
 #include <iostream>
 #include <limits>
 #include <sstream>
+
+#include "terminal.h"
 
 namespace songbin {
 namespace {

@@ -1,6 +1,7 @@
 #include "paths.h"
 
 #include <algorithm>
+
 #include <vellox/filesystem.h>
 #include <vellox/pathtext.h>
 
@@ -29,29 +30,35 @@ std::string WithoutTrailingSeparators(std::string path) {
     return path;
 }
 
+bool IsAbsolute(const std::string& path) {
+    return path.compare(0, 2, "\\\\") == 0 || path.compare(1, 2, ":\\") == 0;
+}
+
 // Taken as a folder, the whole path is its own folder part, so that `.` and `..` are resolved to the end. Near the
-// limit of that call only the folder in front of the name is short enough.
+// limit of that call the folder in front of the name may still be short enough, and an absolute path needs no call.
 std::string MakeAbsolute(const std::string& path) {
-    const std::string whole = FileNames::path_rimuovifilename(path + "\\");
+    std::string whole = FileNames::path_rimuovifilename(path + "\\");
     if (!whole.empty())
         return whole;
     const std::string name = FileNames::GetFilenameWithoutPath(path);
-    const std::string folder = FileNames::path_rimuovifilename(path);
-    if (folder.empty() || name.empty() || name == "." || name == "..")
+    if (name.empty() || name == "." || name == "..")
         return {};
-    return folder + name;
+    if (IsAbsolute(path))
+        return path;
+    const std::string folder = FileNames::path_rimuovifilename(path);
+    return folder.empty() ? folder : folder + name;
 }
 
 } // namespace
 
 ResolvedPath ResolvePath(const std::string& typed) {
     if (typed.empty())
-        return {"", "an empty path names nothing"};
+        return {"", "names nothing"};
     if (!systemWritesBackslashes && typed.find('\\') != std::string::npos)
-        return {"", "the library takes a backslash for a separator, so it cannot name this"};
+        return {"", "has a backslash in it, which the library takes for a separator"};
     const std::string path = MakeAbsolute(WithoutTrailingSeparators(LibrarySpelling(typed)));
     if (path.empty())
-        return {"", "the path cannot be made absolute: it is too long, or the current folder is gone"};
+        return {"", "cannot be made absolute: it is too long, or the current folder is gone"};
     return {WithoutTrailingSeparators(path), ""};
 }
 

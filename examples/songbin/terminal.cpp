@@ -18,15 +18,8 @@ bool StandardErrorIsTerminal() {
     return _isatty(_fileno(stderr)) != 0;
 }
 
-void SurviveClosedPipes() {}
-
-Utf8Console::Utf8Console() : previousEncoding_(GetConsoleOutputCP()) {
+void PrepareOutput() {
     SetConsoleOutputCP(CP_UTF8);
-}
-
-Utf8Console::~Utf8Console() {
-    if (previousEncoding_ != 0)
-        SetConsoleOutputCP(previousEncoding_);
 }
 
 bool ChooseDataFolder(const std::string& /*folder*/) {
@@ -39,12 +32,9 @@ bool StandardErrorIsTerminal() {
     return isatty(STDERR_FILENO) != 0;
 }
 
-void SurviveClosedPipes() {
-    std::signal(SIGPIPE, SIG_IGN);
+void PrepareOutput() {
+    (void)std::signal(SIGPIPE, SIG_IGN);
 }
-
-Utf8Console::Utf8Console() = default;
-Utf8Console::~Utf8Console() = default;
 
 bool ChooseDataFolder(const std::string& folder) {
     return setenv("XDG_DATA_HOME", folder.c_str(), 1) == 0;

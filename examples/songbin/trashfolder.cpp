@@ -1,13 +1,14 @@
 #include "trashfolder.h"
 
-#include "paths.h"
-
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
+
 #include <vellox/filesystem.h>
 #include <vellox/pathtext.h>
 #include <vellox/trash.h>
+
+#include "paths.h"
 
 namespace FileNames = Vellox::FileNames;
 

@@ -7,7 +7,7 @@ namespace {
 
 using namespace Vellox::Testing;
 
-class FullPathTest : public ScratchTest {
+class NormalFormTest : public ScratchTest {
 protected:
     // Rows write the current directory as C:\cur.
     std::string WithCurrent(std::string text) const {
@@ -21,7 +21,7 @@ protected:
     }
 };
 
-TEST_F(FullPathTest, NormalizePath) {
+TEST_F(NormalFormTest, NormalizePath) {
     const std::string long1039 = "C:\\" + std::string(1036, 'a');
     const struct {
         std::string path;
@@ -42,7 +42,7 @@ TEST_F(FullPathTest, NormalizePath) {
     }
 }
 
-TEST_F(FullPathTest, GetAbsolutePath) {
+TEST_F(NormalFormTest, GetAbsolutePath) {
     const struct {
         const char* path;
         const char* base;
@@ -121,7 +121,7 @@ TEST(ConvertPathToLocalSystem, TurnsSlashes) {
     }
 }
 
-TEST_F(FullPathTest, GetPathRelativeToOtherFile) {
+TEST_F(NormalFormTest, GetPathRelativeToOtherFile) {
     const char* const unchanged = "unchanged";
     const std::string longFolder = R"(C:\)" + std::string(254, 'f') + '\\';
     const struct {
