@@ -58,7 +58,7 @@ ResolvedPath ResolvePath(const std::string& typed) {
         return {"", "has a backslash in it, which the library takes for a separator"};
     const std::string path = MakeAbsolute(WithoutTrailingSeparators(LibrarySpelling(typed)));
     if (path.empty())
-        return {"", "cannot be made absolute: it is too long, or the current folder is gone"};
+        return {"", "is too long to be made absolute, or the current folder is gone; try the full path"};
     return {WithoutTrailingSeparators(path), ""};
 }
 

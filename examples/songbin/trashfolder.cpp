@@ -21,17 +21,22 @@ void Append(std::vector<std::string>& names, const std::vector<std::string>& mor
     names.insert(names.end(), more.begin(), more.end());
 }
 
+void RequireHomeFolder() {
+    if (GetHomeFolderBase().empty())
+        throw std::runtime_error("the folder for the user's own data is not known or cannot be made");
+}
+
 } // namespace
 
 std::string TrashFolder() {
-    if (GetHomeFolderBase().empty())
-        throw std::runtime_error("the system does not tell the folder for the user's own data");
+    RequireHomeFolder();
     return FileNames::GetTrashFolderPath();
 }
 
 void MakeHomeFolder() {
+    RequireHomeFolder();
     const std::string home = GetHomeFolderBase();
-    if (home.empty() || !FileNames::CreateDirectories(home))
+    if (!FileNames::CreateDirectories(home))
         throw std::runtime_error("the home folder cannot be made: " + LocalPath(home));
 }
 

@@ -8,7 +8,7 @@
 
 namespace QuirnFiles {
 
-inline constexpr std::size_t fileBufferSize = 64 * 1024;
+inline constexpr std::size_t fileBufferSize = std::size_t{64} * 1024;
 
 // Reads a file from its current position on, in large pieces.
 class BufferedReader {

@@ -65,7 +65,7 @@ std::int32_t extension_change(char* path, const char* extension) {
     if (end == nullptr)
         end = path + std::strlen(path);
     *end = '.';
-    std::strcpy(end + 1, extension);
+    std::memcpy(end + 1, extension, std::strlen(extension) + 1);
     return 1;
 }
 

@@ -12,7 +12,8 @@
 
 namespace Vellox {
 
-TrashCatalogue trashCatalogue;
+// Without memory for an empty map there is no process either.
+TrashCatalogue trashCatalogue; // NOLINT(cert-err58-cpp)
 
 namespace {
 

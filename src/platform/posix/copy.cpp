@@ -21,7 +21,7 @@ namespace Vellox::Posix {
 namespace {
 
 constexpr std::size_t kernelCopySize = std::size_t{1} << 30;
-constexpr std::size_t bufferSize = 64 * 1024;
+constexpr std::size_t bufferSize = std::size_t{64} * 1024;
 
 bool WriteAll(int file, const char* data, std::size_t count) {
     while (count > 0) {
@@ -131,7 +131,7 @@ bool OpenTarget(const PosixPath& path, const struct stat& source, Existing exist
 std::string NextTemporaryName() {
     static std::atomic<unsigned> counter{0};
     char name[48];
-    std::snprintf(name, sizeof name, ".vellox-%x-%x.tmp", static_cast<unsigned>(::getpid()), counter++);
+    static_cast<void>(std::snprintf(name, sizeof name, ".vellox-%x-%x.tmp", static_cast<unsigned>(::getpid()), counter++));
     return name;
 }
 

@@ -99,6 +99,7 @@ private:
 // The descriptor of the running program; none, with the last error set, if it did not start.
 Descriptor Start(const std::string& program, std::vector<std::string>& words) {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);

@@ -124,7 +124,7 @@ std::string PercentEncoded(const std::string& path) {
 }
 
 std::string RecordedPath(const Item& item, const Bin& bin) {
-    const std::string path = item.Path();
+    std::string path = item.Path();
     if (bin.topFolder.empty())
         return path;
     return path.substr(bin.topFolder == "/" ? 1 : bin.topFolder.size() + 1);
@@ -135,7 +135,7 @@ std::string InfoText(const Item& item, const Bin& bin) {
     struct tm local {};
     ::localtime_r(&now, &local);
     char date[32] = {};
-    std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local);
+    static_cast<void>(std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local));
     return "[Trash Info]\nPath=" + PercentEncoded(RecordedPath(item, bin)) + "\nDeletionDate=" + date + "\n";
 }
 

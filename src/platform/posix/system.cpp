@@ -75,7 +75,8 @@ BOOL SHGetSpecialFolderPathA(HWND /*owner*/, char* buffer, int folder, BOOL crea
         return static_cast<BOOL>(Fail(ERROR_FILENAME_EXCED_RANGE));
     if (create != FALSE && !CreatePrivateFolders(data))
         return static_cast<BOOL>(FailFromErrno());
-    std::strcpy(buffer, ToWin32Text(data).c_str());
+    const std::string text = ToWin32Text(data);
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
     return TRUE;
 }
 
@@ -87,7 +88,7 @@ DWORD GetModuleFileNameA(HMODULE /*module*/, char* buffer, DWORD capacity) {
     const std::string text = ToWin32Text({path, static_cast<std::size_t>(length)});
     if (text.size() >= capacity)
         return static_cast<DWORD>(Fail(ERROR_INSUFFICIENT_BUFFER));
-    std::strcpy(buffer, text.c_str());
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
     return static_cast<DWORD>(text.size());
 }
 

@@ -75,8 +75,8 @@ std::string MakeTemporaryFile(std::string folder, std::string_view prefix) {
         folder += '\\';
     for (int tries = 0; tries < mostTries; ++tries) {
         char number[16];
-        std::snprintf(number, sizeof number, "%X.TMP", NextNumber());
-        const std::string path = std::string(folder).append(prefix).append(number);
+        static_cast<void>(std::snprintf(number, sizeof number, "%X.TMP", NextNumber()));
+        std::string path = std::string(folder).append(prefix).append(number);
         if (path.size() >= pathCapacity) {
             Fail(ERROR_FILENAME_EXCED_RANGE);
             return {};
@@ -108,7 +108,7 @@ DWORD GetTempPathA(DWORD capacity, char* buffer) {
     const std::string folder = TemporaryFolder();
     if (folder.size() >= capacity)
         return static_cast<DWORD>(folder.size() + 1);
-    std::strcpy(buffer, folder.c_str());
+    std::memcpy(buffer, folder.c_str(), folder.size() + 1);
     return static_cast<DWORD>(folder.size());
 }
 
@@ -126,7 +126,7 @@ UINT GetTempFileNameA(const char* folder, const char* prefix, UINT unique, char*
     const std::string path = MakeTemporaryFile(folder, prefix);
     if (path.empty())
         return 0;
-    std::strcpy(buffer, path.c_str());
+    std::memcpy(buffer, path.c_str(), path.size() + 1);
     return 1;
 }
 
