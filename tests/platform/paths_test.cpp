@@ -8,7 +8,7 @@ namespace {
 
 using namespace Vellox::Testing;
 
-class FullPathTest : public ScratchTest {
+class FullPathServiceTest : public ScratchTest {
 protected:
     // Both twins answer alike at every capacity, and write nothing behind it. `@` stands for the current directory.
     static void ExpectFullPath(const std::string& path, std::string full) {
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(FullPathTest, ResolvesTheTextWithoutTheDisk) {
+TEST_F(FullPathServiceTest, ResolvesTheTextWithoutTheDisk) {
     const char* const rows[][2] = {
         // clang-format off
         {"", "C:@"}, {".", "C:@"}, {"C:", "C:@"}, {"c:", "c:@"}, {R"(a\..)", "C:@"}, {"a", R"(C:@\a)"},
@@ -50,14 +50,14 @@ TEST_F(FullPathTest, ResolvesTheTextWithoutTheDisk) {
     }
 }
 
-TEST_F(FullPathTest, MeasuresTheResultAndNotTheInput) {
+TEST_F(FullPathServiceTest, MeasuresTheResultAndNotTheInput) {
     std::string path = "C:";
     for (int level = 0; level < 3000; ++level)
         path += R"(\a\..)";
     ExpectFullPath(path + R"(\b)", R"(C:\b)");
 }
 
-TEST_F(FullPathTest, FailsWithoutTheCurrentDirectoryOnlyForWhatIsRelativeToIt) {
+TEST_F(FullPathServiceTest, FailsWithoutTheCurrentDirectoryOnlyForWhatIsRelativeToIt) {
     fs::create_directory(At("gone"));
     fs::current_path(At("gone"));
     fs::remove(At("gone"));
