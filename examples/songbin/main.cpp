@@ -1,0 +1,131 @@
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <limits>
+
+#include "commands.h"
+#include "demo.h"
+#include "display.h"
+#include "terminal.h"
+
+namespace {
+
+using songbin::Operands;
+
+constexpr int done = 0;
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+
+constexpr std::size_t anyNumber = std::numeric_limits<std::size_t>::max();
+
+struct Command {
+    const char* name;
+    const char* operands;
+    const char* help;
+    std::size_t fewestOperands;
+    std::size_t mostOperands;
+    bool (*run)(const Operands& operands);
+};
+
+constexpr Command commands[] = {
+    {"demo", "[FOLDER]", "try the library on a copy of a song folder", 0, 1, songbin::Demo},
+    {"put", "PATH...", "move files and folders into the trash", 1, anyNumber, songbin::Put},
+    {"list", "", "list what is in the trash", 0, 0, songbin::List},
+    {"restore", "NAME...", "put items back, by their names in the trash", 1, anyNumber, songbin::Restore},
+    {"info", "PATH...", "tell what the library knows of a path", 1, anyNumber, songbin::Info},
+};
+
+void PrintUsage(std::ostream& output) {
+    constexpr std::size_t nameWidth = 8;
+    constexpr std::size_t operandsWidth = 10;
+    output << "Usage: songbin COMMAND [OPERAND...]\n\nCommands:\n";
+    for (const Command& command : commands)
+        output << "  " << songbin::PadRight(command.name, nameWidth)
+               << songbin::PadRight(command.operands, operandsWidth) << command.help << '\n';
+    output << "  " << songbin::PadRight("help", nameWidth + operandsWidth) << "print this; also --help, -h\n"
+           << "\nOperands behind -- may begin with a dash.\n"
+           << "Exit status: 0 if all was done, 1 if something was not, 2 for wrong usage.\n";
+}
+
+int Misused(const std::string& complaint) {
+    songbin::Complain(complaint);
+    PrintUsage(std::cerr);
+    return wrongUsage;
+}
+
+bool AsksForHelp(const std::string& word) {
+    return word == "--help" || word == "-h";
+}
+
+const Command* FindCommand(const std::string& name) {
+    for (const Command& command : commands)
+        if (name == command.name)
+            return &command;
+    return nullptr;
+}
+
+// Sorts the words behind the command into operands. Gives the first option among them, none of which is known yet.
+std::string TakeOperands(const Operands& words, Operands& operands) {
+    bool optionsEnded = false;
+    for (const std::string& word : words) {
+        if (!optionsEnded && word == "--")
+            optionsEnded = true;
+        else if (!optionsEnded && !word.empty() && word[0] == '-')
+            return word;
+        else
+            operands.push_back(word);
+    }
+    return {};
+}
+
+int RunCommand(const Command& command, const Operands& words) {
+    Operands operands;
+    const std::string option = TakeOperands(words, operands);
+    const std::string name = command.name;
+    if (AsksForHelp(option)) {
+        PrintUsage(std::cout);
+        return done;
+    }
+    if (!option.empty())
+        return Misused(name + ": unknown option " + option);
+    if (operands.size() < command.fewestOperands)
+        return Misused(name + ": an operand is missing");
+    if (operands.size() > command.mostOperands)
+        return Misused(name + ": too many operands");
+    return command.run(operands) ? done : failed;
+}
+
+int Run(const Operands& words) {
+    if (words.empty())
+        return Misused("a command is missing");
+    const std::string& name = words.front();
+    if (name == "help" || AsksForHelp(name)) {
+        PrintUsage(std::cout);
+        return done;
+    }
+    const Command* command = FindCommand(name);
+    if (command == nullptr)
+        return Misused("unknown command " + name);
+    return RunCommand(*command, Operands(words.begin() + 1, words.end()));
+}
+
+// Output that went nowhere is not success.
+int CheckOutput(int status) {
+    std::cout.flush();
+    if (std::cout)
+        return status;
+    songbin::Complain("the output could not be written");
+    return status == done ? failed : status;
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    try {
+        songbin::PrepareOutput();
+        return CheckOutput(Run(Operands(arguments + std::min(argumentCount, 1), arguments + argumentCount)));
+    } catch (const std::exception& exception) {
+        std::cerr << "songbin: " << exception.what() << '\n';
+        return failed;
+    }
+}
