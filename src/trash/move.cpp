@@ -50,6 +50,13 @@ bool CopyOneEntry(const std::string& source, const std::string& destination, Ite
     return false;
 }
 
+// False if the source is still as whole as its copy.
+bool RemoveCopiedSource(const std::string& source, const std::string& destination, ItemKind kind) {
+    const WideString from = Utf8ToWide(source);
+    const bool removed = kind == ItemKind::Folder ? DeleteFolderForGood(source) : ::DeleteFileW(from.c_str()) != FALSE;
+    return removed || !Platform::HoldSameTree(from.c_str(), Utf8ToWide(destination).c_str());
+}
+
 } // namespace
 
 bool IsTaken(const std::string& path) {
@@ -71,16 +78,11 @@ MoveResult MoveFileOrFolder(const std::string& source, const std::string& destin
     if (!IsValidUtf8(source) || !IsValidUtf8(destination))
         return MoveResult::Failed;
     const ItemKind kind = KindOf(source);
-    if (kind == ItemKind::Folder) {
-        if (!CopyWholeFolder(source, destination))
-            return MoveResult::Failed;
-        DeleteFolderForGood(source);
-        return MoveResult::Moved;
-    }
-    if (!CopyOneEntry(source, destination, kind))
+    const bool copied = kind == ItemKind::Folder ? CopyWholeFolder(source, destination)
+                                                 : CopyOneEntry(source, destination, kind);
+    if (!copied)
         return MoveResult::Failed;
-    ::DeleteFileW(Utf8ToWide(source).c_str());
-    return MoveResult::Moved;
+    return RemoveCopiedSource(source, destination, kind) ? MoveResult::Moved : MoveResult::Copied;
 }
 
 } // namespace Vellox::FileNames

@@ -6,6 +6,7 @@ namespace Vellox::FileNames {
 
 enum class MoveResult {
     Moved,
+    Copied,           // whole at both places: the source could not be removed
     DestinationTaken, // something stands there; nothing was touched
     Failed,           // the source is whole at its old place
 };

@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "filesystem/copying.h"
 #include "filesystem/free_names.h"
 #include "filesystem/queries.h"
 #include "frame/text.h"
@@ -73,7 +74,9 @@ void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
         if (!CheckFolderExists(trashFolder))
             CreateDirectoryA(trashFolder);
         std::string trashPath = ComposeTrashPath(trashFolder, std::string(name));
-        MoveFileOrFolder(item, trashPath);
+        // What has to stay at its place does not lie in the trash as well.
+        if (MoveFileOrFolder(item, trashPath) == MoveResult::Copied)
+            DeleteFolderForGood(trashPath);
         trashCatalogue.Add(std::move(trashPath), std::move(path));
     }
     if (updateCatalogueFile)

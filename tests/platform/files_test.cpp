@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <functional>
 
 #include "frame/text.h"
 #include "platform/win32.h"
@@ -14,118 +15,128 @@ namespace {
 
 using namespace Vellox::Testing;
 
-constexpr DWORD reading = FILE_SHARE_READ;
-constexpr DWORD writing = FILE_SHARE_WRITE;
-constexpr DWORD both = reading | writing;
+// What a user does with the file is told by the bits of the share mode that it asks of the others.
+constexpr DWORD reads = FILE_SHARE_READ;
+constexpr DWORD writes = FILE_SHARE_WRITE;
+constexpr DWORD both = reads | writes;
 
-// What a user does is told by the bits of the share mode that it asks of the others.
-HANDLE Open(const std::string& path, DWORD used, DWORD share, DWORD disposition = OPEN_EXISTING) {
-    const DWORD access =
-        ((used & FILE_SHARE_READ) != 0 ? GENERIC_READ : 0) | ((used & FILE_SHARE_WRITE) != 0 ? GENERIC_WRITE : 0);
+HANDLE Open(const std::string& path, DWORD use, DWORD share, DWORD disposition = OPEN_EXISTING) {
+    const DWORD access = ((use & reads) != 0 ? GENERIC_READ : 0) | ((use & writes) != 0 ? GENERIC_WRITE : 0);
     return ::CreateFileW(Utf8ToWide(path).c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-bool Opens(const std::string& path, DWORD used, DWORD share, DWORD disposition = OPEN_EXISTING) {
-    const HANDLE file = Open(path, used, share, disposition);
+bool Opens(const std::string& path, DWORD use, DWORD share, DWORD disposition = OPEN_EXISTING) {
+    const HANDLE file = Open(path, use, share, disposition);
     return file != INVALID_HANDLE_VALUE && ::CloseHandle(file) != FALSE;
 }
 
-// Another process that holds the file until it is killed.
-class Holder {
-public:
-    Holder(const std::string& path, DWORD used, DWORD share) : process_(::fork()) {
-        if (process_ == 0) {
-            Open(path, used, share);
-            ::raise(SIGSTOP);
-            ::_exit(0);
-        }
-        ::waitpid(process_, nullptr, WUNTRACED);
-    }
-    ~Holder() {
-        ::kill(process_, SIGKILL);
-        ::waitpid(process_, nullptr, 0);
-    }
-
-private:
-    pid_t process_;
-};
+bool IsTrueInChild(const std::function<bool()>& run) {
+    const pid_t process = ::fork();
+    if (process == 0)
+        ::_exit(run() ? 0 : 1);
+    int status = -1;
+    ::waitpid(process, &status, 0);
+    return status == 0;
+}
 
 class FilesTest : public ScratchTest {};
 
 TEST_F(FilesTest, ShareOnlyAsBothSidesAllow) {
-    WriteFile(At("a"), "");
+    WriteFile("a", "old");
     for (DWORD row = 0; row < 256; ++row) {
-        const DWORD held = row >> 6, heldShare = row >> 4 & 3, used = row >> 2 & 3, share = row & 3;
-        if (held == 0 || used == 0)
+        const DWORD held = row >> 6, heldShare = row >> 4 & both, use = row >> 2 & both, share = row & both;
+        if (held == 0 || use == 0)
             continue;
-        const bool isGranted = (used & ~heldShare) == 0 && (held & ~share) == 0;
+        const bool isGranted = (use & ~heldShare) == 0 && (held & ~share) == 0;
         const HANDLE file = Open("a", held, heldShare);
         for (int time = 0; time < 2; ++time)
-            ASSERT_EQ(Opens("a", used, share), isGranted) << held << heldShare << used << share;
-        EXPECT_TRUE(isGranted || ::GetLastError() == ERROR_SHARING_VIOLATION);
+            ASSERT_EQ(Opens("a", use, share), isGranted) << row;
+        EXPECT_TRUE(isGranted || ::GetLastError() == ERROR_SHARING_VIOLATION) << ::GetLastError();
+        ASSERT_EQ(IsTrueInChild([&] { return Opens("a", use, share); }), isGranted) << row;
+        EXPECT_FALSE(!isGranted && Opens("a", use | writes, share, CREATE_ALWAYS)) << row;
         ::CloseHandle(file);
-        {
-            const Holder holder("a", held, heldShare);
-            ASSERT_EQ(Opens("a", used, share), isGranted) << held << heldShare << used << share;
-        }
+        IsTrueInChild([&] { return Open("a", held, heldShare) == nullptr || ::raise(SIGKILL) != 0; });
         ASSERT_TRUE(Opens("a", both, 0)) << "after the holder was killed";
     }
-}
-
-TEST_F(FilesTest, KeepTheirContentWhenTheyCannotBeReplaced) {
-    WriteFile(At("a"), "old");
-    {
-        const Holder holder("a", reading, reading);
-        EXPECT_FALSE(Opens("a", writing, both, CREATE_ALWAYS));
-    }
-    fs::permissions(At("a"), fs::perms::owner_read);
-    EXPECT_FALSE(Opens("a", writing, both, CREATE_ALWAYS));
-    EXPECT_EQ(ReadFile(At("a")), "old");
-    fs::permissions(At("a"), fs::perms::owner_all);
-    EXPECT_TRUE(Opens("a", writing, both, CREATE_ALWAYS));
-    EXPECT_EQ(ReadFile(At("a")), "");
+    EXPECT_EQ(ReadFile("a"), "old");
 }
 
 TEST_F(FilesTest, OpenAtOnceOrNotAtAll) {
-    WriteFile(At("file"), "");
-    WriteFile(At("marked"), "");
-    fs::permissions(At("marked"), fs::perms::owner_read);
-    fs::create_directory(At("folder"));
-    fs::create_symlink("folder", At("link"));
-    fs::create_symlink("loop", At("loop"));
+    for (const char* name : {"file", "marked", "replaced"})
+        WriteFile(name, "old");
+    fs::permissions("marked", fs::perms::owner_read);
+    fs::create_directory("folder");
+    fs::create_symlink("folder", "link");
+    fs::create_symlink("loop", "loop");
     ASSERT_EQ(::mkfifo("fifo", 0666), 0);
     const struct {
         const char* path;
-        DWORD use;
+        DWORD use, disposition;
         bool opens;
     } rows[] = {
         // clang-format off
-        {"file", both, true}, {R"(none\..\file)", reading, true}, {R"(file\x)", reading, false}, {"", reading, false},
-        {"none", reading, false}, {"folder", reading, false}, {"link", reading, false}, {"loop", reading, false},
-        {"fifo", reading, true}, {"fifo", writing, false}, {"marked", reading, true}, {"marked", writing, false},
+        {"file", both, OPEN_EXISTING, true}, {R"(none\..\file)", reads, OPEN_EXISTING, true},
+        {R"(file\x)", reads, OPEN_EXISTING, false}, {"none", writes, OPEN_EXISTING, false},
+        {"", writes, CREATE_ALWAYS, false}, {"folder", reads, OPEN_EXISTING, false},
+        {"link", reads, OPEN_EXISTING, false}, {"loop", reads, OPEN_EXISTING, false},
+        {"fifo", reads, OPEN_EXISTING, true}, {"fifo", writes, OPEN_EXISTING, false},
+        {"marked", reads, OPEN_EXISTING, true}, {"marked", writes, OPEN_EXISTING, false},
+        {"marked", writes, CREATE_ALWAYS, false}, {"replaced", writes, CREATE_ALWAYS, true},
         // clang-format on
     };
     ::alarm(20);
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row.path);
-        EXPECT_EQ(Opens(row.path, row.use, both), row.opens);
-    }
+    for (const auto& row : rows)
+        EXPECT_EQ(Opens(row.path, row.use, both, row.disposition), row.opens) << row.path << " " << row.use;
     ::alarm(0);
-    fs::remove(At("loop"));
-}
-
-TEST_F(FilesTest, AreNeverMistakenForAStandardStream) {
-    WriteFile(At("a"), "");
-    const pid_t process = ::fork();
-    if (process == 0) {
+    EXPECT_TRUE(ReadFile("marked") == "old" && ReadFile("replaced").empty());
+    fs::remove("loop");
+    // A handle is never mistaken for a standard stream, and never inherited.
+    EXPECT_TRUE(IsTrueInChild([] {
         for (int stream = 0; stream < 3; ++stream)
             ::close(stream);
-        const auto file = reinterpret_cast<std::intptr_t>(Open("a", reading, both));
-        ::_exit(file >= 3 && (::fcntl(static_cast<int>(file), F_GETFD) & FD_CLOEXEC) != 0 ? 0 : 1);
+        const auto file = reinterpret_cast<std::intptr_t>(Open("file", reads, both));
+        return file >= 3 && (::fcntl(static_cast<int>(file), F_GETFD) & FD_CLOEXEC) != 0;
+    }));
+}
+
+TEST_F(FilesTest, MoveOnlyToAFreeName) {
+    const char* const names[] = {"file", "folder", "empty", "link"};
+    WriteFile("file", "");
+    WriteFile("folder/x", "");
+    fs::create_directory("empty");
+    fs::create_symlink("none", "link");
+    const std::string before = Describe(".");
+    for (const char* from : names) {
+        for (const char* taken : names)
+            EXPECT_TRUE(from == taken || RenameWithoutReplacing(from, taken) != 0) << from << " to " << taken;
+        EXPECT_NE(RenameWithoutReplacing(from, Win32(OtherVolume() / "new").c_str()), 0);
+        EXPECT_TRUE(RenameWithoutReplacing(from, "new") == 0 && RenameWithoutReplacing("new", from) == 0) << from;
     }
-    int status = -1;
-    ::waitpid(process, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Describe("."), before);
+}
+
+TEST_F(FilesTest, AreComparedByWhatTheirFoldersHold) {
+    WriteFile("a/sub/x", "12");
+    fs::create_symlink("x", "a/sub/link");
+    const std::function<void()> changes[] = {
+        [] { fs::resize_file("b/sub/x", 3); },
+        [] { fs::rename("b/sub/x", "b/sub/y"); },
+        [] { fs::create_directory("b/more"); },
+        [] { fs::remove("b/sub/x") && fs::create_directory("b/sub/x"); },
+        [] { fs::remove("b/sub/link"), fs::create_symlink("y", "b/sub/link"); },
+    };
+    for (const auto& change : changes) {
+        fs::remove_all("b");
+        fs::copy("a", "b", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+        EXPECT_TRUE(HoldSameTree(u"a", u"b"));
+        change();
+        EXPECT_FALSE(HoldSameTree(u"a", u"b") || HoldSameTree(u"b", u"a")) << &change - changes;
+    }
+    fs::create_symlink("a/sub", "link");
+    for (const WCHAR* path : {u"a", u"a\\new", u"a\\sub\\new", u"link\\new", u"b\\..\\a\\sub"})
+        EXPECT_TRUE(LiesInFolder(path, u"a")) << WideToUtf8(path);
+    for (const WCHAR* path : {u".", u"ab", u"b\\sub", u"a\\..\\b\\new"})
+        EXPECT_FALSE(LiesInFolder(path, u"a")) << WideToUtf8(path);
 }
 
 } // namespace
