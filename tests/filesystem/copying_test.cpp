@@ -170,11 +170,25 @@ TEST_F(CopyingTest, DeletesWhatIsNamedAndNothingBehindALink) {
 
 TEST_F(CopyingTest, RecyclesEveryItemWithItsWayBack) {
     const fs::path other = OtherVolume();
-    const std::string user = std::to_string(::geteuid());
-    const fs::path shared = "/dev/shm/.Trash/" + user;
-    const fs::path otherBin = fs::exists(shared) ? shared : fs::path("/dev/shm/.Trash-" + user);
-    const std::string otherName = other.filename().string() + "%20item";
+    const std::string item = "a b%\xC3\xA9" + other.filename().string();
+    for (const fs::path& path : {At(item), At(item), other / item}) {
+        WriteFile(path / "x", path.string());
+        DeleteFolderWithContents(Win32(path).c_str(), false, false);
+        EXPECT_FALSE(fs::exists(path));
+    }
+    const fs::path otherBin = "/dev/shm/.Trash-" + std::to_string(::geteuid());
+    const fs::path kept[][2] = {{"data/Trash", At("")}, {"data/Trash", At("")}, {otherBin, other.filename() / ""}};
+    const char* const names[] = {"", ".2", ""};
+    for (int index = 0; index < 3; ++index) {
+        const auto& [bin, place] = kept[index];
+        const std::string info = ReadFile(bin / "info" / (item + names[index] + ".trashinfo"));
+        EXPECT_EQ(info.rfind("[Trash Info]\nPath=" + place.string() + "a%20b%25%C3%A9" + other.filename().string() +
+                                 "\nDeletionDate=2",
+                             0),
+                  0)
+            << info;
+    }
+    EXPECT_EQ(ReadFile(otherBin / "files" / item / "x"), (other / item).string());
 }
-
 } // namespace
 } // namespace Vellox::FileNames

@@ -1,7 +1,8 @@
 #include "filesystem/queries.h"
 
 #include <algorithm>
-#include <limits>
+#include <climits>
+#include <set>
 
 #include "support/scratch.h"
 #include "vellox/filesystem.h"
@@ -16,74 +17,63 @@ protected:
     QueriesTest() {
         for (const char* name : {".hidden", "B.WAV", "a.wav", "denied", "r\xC3\xA9.txt", "sub/in"})
             WriteFile(At(name), "");
-        fs::permissions(At("denied"), fs::perms::none);
-        fs::create_directories(At("parent.wav/empty"));
-        fs::create_symlink("sub", At("link"));
-        fs::create_symlink("none", At("dangling"));
+        fs::permissions("denied", fs::perms::none);
+        fs::create_directories("parent.wav/empty");
+        fs::create_symlink("sub", "link");
+        fs::create_symlink("none", "dangling");
     }
 
-    static std::string Sorted(std::vector<std::string> names) {
-        std::sort(names.begin(), names.end());
-        std::string text;
-        for (const std::string& name : names)
-            text += name + " ";
-        return text;
-    }
+    static std::set<std::string> SetOf(const std::vector<std::string>& names) { return {names.begin(), names.end()}; }
 };
 
 TEST_F(QueriesTest, TellWhatStandsAtAPath) {
-    const struct {
-        std::string path;
-        bool opens, exists, isFolder, isEmpty;
-    } rows[] = {
+    // Whether the path opens, whether anything stands there, whether that is a folder, and whether it is empty.
+    const std::tuple<std::string, bool, bool, bool, bool> rows[] = {
         // clang-format off
-        {"a.wav", true, true, false, false},             {"denied", false, true, false, false},
-        {"sub", false, true, true, false},               {R"(sub\)", false, true, true, false},
-        {R"(sub\*)", false, false, false, false},        {R"(parent.wav\*)", false, false, false, false},
-        {R"(parent.wav\empty)", false, true, true, true}, {R"(parent.wav\empty\)", false, true, true, true},
-        {R"(parent.wav\empty\*)", false, false, false, true}, {"link", false, true, true, false},
-        {"dangling", false, true, false, false},         {std::string("a.wav\0x", 7), true, true, false, false},
-        {"none", false, false, false, true},             {R"(none\*)", false, false, false, true},
-        {"", false, false, false, true},                 {R"(Q:\)", false, false, false, true},
+        {"a.wav", true, true, false, false}, {"denied", false, true, false, false}, {"sub", false, true, true, false},
+        {R"(sub\)", false, true, true, false}, {R"(sub\*)", false, false, false, false},
+        {R"(parent.wav\*)", false, false, false, false}, {R"(parent.wav\empty)", false, true, true, true},
+        {R"(parent.wav\empty\)", false, true, true, true}, {R"(parent.wav\empty\*)", false, false, false, true},
+        {"link", false, true, true, false}, {"dangling", false, true, false, false},
+        {std::string("a.wav\0x", 7), true, true, false, false}, {"none", false, false, false, true},
+        {R"(none\*)", false, false, false, true}, {"", false, false, false, true}, {"Q:", false, false, false, true},
+        {In("a.wav").replace(0, 1, "D"), false, false, false, true}, {"\\" + In("a.wav").substr(2), false, false, false, true},
+        {"a.wav" + std::string(PATH_MAX, 'x'), false, false, false, true},
         // clang-format on
     };
     const AsOrdinaryUser user;
-    for (const auto& row : rows)
+    for (const auto& [path, opens, exists, isFolder, isEmpty] : rows)
         for (const bool preset : {false, true}) {
-            VELLOX_TRACE_ROW(row.path);
-            EXPECT_EQ(CheckFileExists(row.path), row.opens);
-            EXPECT_EQ(CheckFolderExists(row.path), row.exists);
-            EXPECT_EQ(CheckFileExistsEvenIfNotAccessible(row.path), row.exists);
-            bool isFolder = preset;
-            EXPECT_EQ(CheckPathIsDirectory(row.path, isFolder), row.exists);
-            EXPECT_EQ(isFolder, row.exists ? row.isFolder : preset);
-            EXPECT_EQ(IsFolderEmpty(row.path), row.isEmpty);
-            EXPECT_EQ(GetAvailableSpace(row.path) == std::numeric_limits<std::int64_t>::max(), !row.isFolder);
-            bool flag = preset;
-            EXPECT_TRUE(!IsSymlink(row.path) && !IsSpecialFile(row.path, flag) && flag);
+            VELLOX_TRACE_ROW(path);
+            EXPECT_EQ(CheckFileExists(path), opens);
+            EXPECT_TRUE(CheckFolderExists(path) == exists && CheckFileExistsEvenIfNotAccessible(path) == exists);
+            bool answer = preset;
+            EXPECT_EQ(CheckPathIsDirectory(path, answer), exists);
+            EXPECT_EQ(answer, exists ? isFolder : preset);
+            EXPECT_EQ(IsFolderEmpty(path), isEmpty);
+            EXPECT_EQ(GetAvailableSpace(path) == INT64_MAX, !isFolder);
+            EXPECT_TRUE(!IsSymlink(path) && !IsSpecialFile(path, answer) && answer);
         }
+    VelloxSetCurrentDirectory(In("sub").c_str());
+    VelloxSetCurrentDirectory("none");
+    EXPECT_EQ(fs::current_path(), At("sub"));
 }
 
 TEST_F(QueriesTest, ListTheNamesThatMatch) {
-    const char* const rows[][3] = {
+    const std::set<std::string> files = {".hidden", "B.WAV", "a.wav", "dangling", "denied", "r\xC3\xA9.txt"};
+    const std::tuple<const char*, std::set<std::string>, std::set<std::string>> rows[] = {
         // clang-format off
-        {"*", ".hidden B.WAV a.wav dangling denied r\xC3\xA9.txt ", "link parent.wav sub "},
-        {"*.*", ".hidden B.WAV a.wav dangling denied r\xC3\xA9.txt ", "link parent.wav sub "},
-        {"*.wav", "B.WAV a.wav ", "parent.wav "}, {"?.wav", "B.WAV a.wav ", ""}, {"R?.T*T", "r\xC3\xA9.txt ", ""},
-        {"*?b*", "", "sub "}, {"sub", "", "sub "}, {"a.wav", "a.wav ", ""}, {"A.wav", "", ""}, {R"(sub\*)", "in ", ""},
-        {"link/*", "in ", ""}, {R"(s*\in)", "", ""}, {R"(a.wav\*)", "", ""}, {R"(sub\)", "", ""}, {"", "", ""},
-        {R"(none\*)", "", ""}, {R"(Q:\*)", "", ""},
+        {"*", files, {"link", "parent.wav", "sub"}}, {"*.*", files, {"link", "parent.wav", "sub"}},
+        {"*.wav", {"B.WAV", "a.wav"}, {"parent.wav"}}, {"?.wav", {"B.WAV", "a.wav"}, {}}, {"*?b*", {}, {"sub"}},
+        {"R?.T*T", {"r\xC3\xA9.txt"}, {}}, {"sub", {}, {"sub"}}, {"a.wav", {"a.wav"}, {}}, {"A.wav", {}, {}},
+        {R"(sub\*)", {"in"}, {}}, {"link/*", {"in"}, {}}, {R"(s*\in)", {}, {}}, {R"(a.wav\*)", {}, {}},
+        {R"(sub\)", {}, {}}, {"", {}, {}}, {R"(none\*)", {}, {}}, {R"(Q:\*)", {}, {}},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row[0]);
-        EXPECT_EQ(Sorted(GetFolderFiles(row[0])), row[1]);
-        EXPECT_EQ(Sorted(GetFolderSubfolders(row[0])), row[2]);
-    }
-}
-
-TEST_F(QueriesTest, HandOutTheNamesFromTheLastToTheFirst) {
-    for (const char* pattern : {"*", "none*"}) {
+    for (const auto& [pattern, expectedFiles, folders] : rows) {
+        EXPECT_EQ(SetOf(GetFolderFiles(pattern)), expectedFiles) << pattern;
+        EXPECT_EQ(SetOf(GetFolderSubfolders(pattern)), folders) << pattern;
+        // The cursor gives the same names, from the last to the first, cut at five bytes.
         void* state = this;
         std::vector<std::string> names = GetFolderFiles(pattern);
         EXPECT_EQ(GetFolderFiles(pattern, nullptr, 0, &state), names.size());
@@ -97,11 +87,56 @@ TEST_F(QueriesTest, HandOutTheNamesFromTheLastToTheFirst) {
     }
 }
 
-TEST_F(QueriesTest, ReachTheProcess) {
-    EXPECT_EQ(GetModuleFilename(), Win32(fs::read_symlink("/proc/self/exe")));
-    VelloxSetCurrentDirectory(In("sub").c_str());
-    VelloxSetCurrentDirectory("none");
-    EXPECT_EQ(fs::current_path(), At("sub"));
+TEST_F(QueriesTest, FindTheFirstFreeName) {
+    for (const char* name : {"a2.wav", "a 1.wav", "b1.wav", "TrackBackup", "Take 2.wav", "sub/a.wav"})
+        WriteFile(At(name), "");
+    fs::create_directory("d.wav");
+    // Folder, stem and tail; the free name of a file, and of a folder.
+    const std::string rows[][5] = {
+        // clang-format off
+        {"", "a", ".wav", "a1.wav", "a 2.wav"}, {"", "b.wav", "", "b.wav", "b.wav"}, {"", "new", "", "new", "new"},
+        {"", "d", ".wav", "d.wav", "d 1.wav"}, {"", "", "", "", ""}, {"", "sub", "", "sub", "sub 1"},
+        {"", "Track", "Backup", "Track1Backup", "Track 1Backup"}, {"", "denied", "", "denied", "denied 1"},
+        {"", "Take 2", ".wav", "Take 21.wav", "Take 2 1.wav"}, {"", "dangling", "", "dangling", "dangling 1"},
+        {R"(none\)", "a", ".wav", R"(none\a.wav)", R"(none\a.wav)"}, {"sub", "a", "", R"(sub\a)", R"(sub\a)"},
+        {R"(sub\)", "a", ".wav", R"(sub\a1.wav)", R"(sub\a 1.wav)"}, {"sub/", "in", "", R"(sub/\in1)", R"(sub/\in 1)"},
+        {"", std::string("a.wav\0", 6), "", "", ""}, // no number makes a difference behind a NUL
+        // clang-format on
+    };
+    const AsOrdinaryUser user;
+    for (const auto& [folder, stem, tail, file, freeFolder] : rows) {
+        EXPECT_EQ(ComposeNewFilenameAndCheckExists(folder, stem, tail), file) << folder << stem << tail;
+        EXPECT_EQ(ComposeNewFolderAndCheckExists(folder, stem, tail), freeFolder) << folder << stem << tail;
+        EXPECT_TRUE(!folder.empty() || ComposeNewFilenameAndCheckExists(stem, tail) == file) << stem;
+        EXPECT_TRUE(!folder.empty() || ComposeNewFolderAndCheckExists(stem, tail) == freeFolder) << stem;
+    }
+}
+
+class CreatingTest : public ScratchTest {};
+
+TEST_F(CreatingTest, MakesTheMissingLevelsBelowTheFirst) {
+    const std::string here = Win32(fs::current_path());
+    WriteFile(At("file"), "");
+    // Whether all levels are there in the end, and how many were made.
+    const std::tuple<std::string, bool, int> rows[] = {
+        // clang-format off
+        {here + R"(\a\b\c)", true, 3}, {here + R"(\a\b\c)", true, 0}, {here.substr(2) + R"(\\d\\e\)", true, 2},
+        {here + R"(\a/b\x)", true, 1}, {here + R"(\m/n\x)", false, 0}, {here + R"(\f\\file)", true, 2},
+        {here + R"(\file)", true, 0}, {here + R"(\file\x\y)", false, 0}, {"C:/x/y", true, 0}, {"", true, 0},
+        {R"(p\q)", false, 0}, {R"(a\q)", true, 1}, {R"(\\\)", true, 0}, {"C:", true, 0}, {"file", true, 0},
+        {R"(Q:\)", true, 0}, {R"(Q:\a)", false, 0}, {R"(\\srv\share)", true, 0}, {R"(\\srv\share\a)", false, 0},
+        // clang-format on
+    };
+    const auto entries = [&] { return std::distance(fs::recursive_directory_iterator(At("")), {}); };
+    for (const auto& [path, isThere, made] : rows) {
+        const std::ptrdiff_t before = entries();
+        EXPECT_EQ(CreateDirectories(path), isThere) << path;
+        EXPECT_EQ(entries() - before, made) << path;
+        EXPECT_FALSE(CreateDirectoryA(path)) << path;
+    }
+    EXPECT_TRUE(fs::is_directory("a/b/c") && fs::is_directory("d/e") && fs::is_directory("a/b/x"));
+    EXPECT_TRUE(CreateDirectories("new") && !fs::exists("new"));
+    EXPECT_TRUE(CreateDirectoryA("caf\xC3\xA9") && fs::is_directory("caf\xC3\xA9"));
 }
 
 } // namespace

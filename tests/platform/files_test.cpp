@@ -16,9 +16,7 @@ namespace {
 using namespace Vellox::Testing;
 
 // What a user does with the file is told by the bits of the share mode that it asks of the others.
-constexpr DWORD reads = FILE_SHARE_READ;
-constexpr DWORD writes = FILE_SHARE_WRITE;
-constexpr DWORD both = reads | writes;
+constexpr DWORD reads = FILE_SHARE_READ, writes = FILE_SHARE_WRITE, both = reads | writes;
 
 HANDLE Open(const std::string& path, DWORD use, DWORD share, DWORD disposition = OPEN_EXISTING) {
     const DWORD access = ((use & reads) != 0 ? GENERIC_READ : 0) | ((use & writes) != 0 ? GENERIC_WRITE : 0);
@@ -42,7 +40,7 @@ bool IsTrueInChild(const std::function<bool()>& run) {
 class FilesTest : public ScratchTest {};
 
 TEST_F(FilesTest, ShareOnlyAsBothSidesAllow) {
-    WriteFile("a", "old");
+    WriteFile(At("a"), "old");
     for (DWORD row = 0; row < 256; ++row) {
         const DWORD held = row >> 6, heldShare = row >> 4 & both, use = row >> 2 & both, share = row & both;
         if (held == 0 || use == 0)
@@ -63,17 +61,13 @@ TEST_F(FilesTest, ShareOnlyAsBothSidesAllow) {
 
 TEST_F(FilesTest, OpenAtOnceOrNotAtAll) {
     for (const char* name : {"file", "marked", "replaced"})
-        WriteFile(name, "old");
+        WriteFile(At(name), "old");
     fs::permissions("marked", fs::perms::owner_read);
     fs::create_directory("folder");
     fs::create_symlink("folder", "link");
     fs::create_symlink("loop", "loop");
     ASSERT_EQ(::mkfifo("fifo", 0666), 0);
-    const struct {
-        const char* path;
-        DWORD use, disposition;
-        bool opens;
-    } rows[] = {
+    const std::tuple<const char*, DWORD, DWORD, bool> rows[] = {
         // clang-format off
         {"file", both, OPEN_EXISTING, true}, {R"(none\..\file)", reads, OPEN_EXISTING, true},
         {R"(file\x)", reads, OPEN_EXISTING, false}, {"none", writes, OPEN_EXISTING, false},
@@ -85,8 +79,8 @@ TEST_F(FilesTest, OpenAtOnceOrNotAtAll) {
         // clang-format on
     };
     ::alarm(20);
-    for (const auto& row : rows)
-        EXPECT_EQ(Opens(row.path, row.use, both, row.disposition), row.opens) << row.path << " " << row.use;
+    for (const auto& [path, use, disposition, opens] : rows)
+        EXPECT_EQ(Opens(path, use, both, disposition), opens) << path << " " << use;
     ::alarm(0);
     EXPECT_TRUE(ReadFile("marked") == "old" && ReadFile("replaced").empty());
     fs::remove("loop");
@@ -101,22 +95,23 @@ TEST_F(FilesTest, OpenAtOnceOrNotAtAll) {
 
 TEST_F(FilesTest, MoveOnlyToAFreeName) {
     const char* const names[] = {"file", "folder", "empty", "link"};
-    WriteFile("file", "");
-    WriteFile("folder/x", "");
+    const fs::path other = OtherVolume() / "new";
+    WriteFile(At("file"), "");
+    WriteFile(At("folder/x"), "");
     fs::create_directory("empty");
     fs::create_symlink("none", "link");
     const std::string before = Describe(".");
     for (const char* from : names) {
         for (const char* taken : names)
             EXPECT_TRUE(from == taken || RenameWithoutReplacing(from, taken) != 0) << from << " to " << taken;
-        EXPECT_NE(RenameWithoutReplacing(from, Win32(OtherVolume() / "new").c_str()), 0);
+        EXPECT_NE(RenameWithoutReplacing(from, Win32(other).c_str()), 0);
         EXPECT_TRUE(RenameWithoutReplacing(from, "new") == 0 && RenameWithoutReplacing("new", from) == 0) << from;
     }
     EXPECT_EQ(Describe("."), before);
 }
 
 TEST_F(FilesTest, AreComparedByWhatTheirFoldersHold) {
-    WriteFile("a/sub/x", "12");
+    WriteFile(At("a/sub/x"), "12");
     fs::create_symlink("x", "a/sub/link");
     const std::function<void()> changes[] = {
         [] { fs::resize_file("b/sub/x", 3); },
