@@ -1,17 +1,20 @@
 #include "commands.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <system_error>
 
 #include <vellox/filesystem.h>
 #include <vellox/pathtext.h>
+#include <vellox/processes.h>
 #include <vellox/songs.h>
 #include <vellox/trash.h>
 
 #include "display.h"
 #include "paths.h"
+#include "system.h"
 #include "trashfolder.h"
 
 namespace fs = std::filesystem;
@@ -140,6 +143,46 @@ std::string PrintInfo(const std::string& typed) {
     return {};
 }
 
+// ---- open ----
+
+constexpr std::int32_t openTimeout = 3000; // milliseconds
+
+// As one word of a command line, for the system's rules: a backslash escapes only in front of a double quote.
+std::string QuotedWord(const std::string& word) {
+    std::string quoted = "\"";
+    std::size_t backslashes = 0;
+    for (const char character : word) {
+        if (character == '"')
+            quoted.append(backslashes + 1, '\\');
+        backslashes = character == '\\' ? backslashes + 1 : 0;
+        quoted += character;
+    }
+    return quoted.append(backslashes, '\\') + '"';
+}
+
+std::string OpenerProgram() {
+    const char* chosen = std::getenv("SONGBIN_OPENER");
+    return chosen != nullptr && *chosen != '\0' ? chosen : DefaultOpener();
+}
+
+std::string OpenPath(const std::string& typed) {
+    const ResolvedPath resolved = ResolvePath(typed);
+    if (resolved.path.empty())
+        return resolved.problem;
+    if (!IsThere(resolved.path))
+        return "does not exist";
+    const std::string program = OpenerProgram();
+    Operands words = {QuotedWord(program), QuotedWord(LocalPath(resolved.path))};
+    void* process = FileNames::LaunchProcess(program, words);
+    if (process == nullptr)
+        return "could not be opened, as " + program + " does not start";
+    const bool hasEnded = FileNames::WaitForProcess(process, openTimeout) == 1;
+    CloseProcess(process);
+    std::cout << Printable(LocalPath(resolved.path)) << ": " << program
+              << (hasEnded ? " has ended\n" : " is still running\n");
+    return {};
+}
+
 } // namespace
 
 bool Put(const Operands& paths) {
@@ -183,6 +226,36 @@ bool Restore(const Operands& names) {
 
 bool Info(const Operands& paths) {
     return DoEach(paths, PrintInfo);
+}
+
+bool Relative(const Operands& fromAndTo) {
+    const ResolvedPath from = ResolvePath(fromAndTo[0]);
+    const ResolvedPath to = ResolvePath(fromAndTo[1]);
+    std::string relative;
+    const bool isRelated = !from.path.empty() && !to.path.empty() &&
+                           FileNames::GetPathRelativeToOtherFile(relative, from.path, to.path) == 1;
+    if (!isRelated)
+        ComplainAbout(fromAndTo[1], "cannot be expressed relative to " + fromAndTo[0]);
+    else
+        std::cout << Printable(LocalPath(relative)) << '\n';
+    return isRelated;
+}
+
+bool Absolute(const Operands& pathAndBase) {
+    const bool hasBase = pathAndBase.size() == 2;
+    const std::string base = hasBase ? ResolvePath(pathAndBase[1]).path : "";
+    const std::string path = LibrarySpelling(pathAndBase[0]);
+    const std::string absolute = FileNames::GetAbsolutePath(path, hasBase ? base.c_str() : nullptr);
+    if (absolute.empty() || (hasBase && base.empty())) {
+        ComplainAbout(pathAndBase[0], "cannot be made absolute");
+        return false;
+    }
+    std::cout << Printable(LocalPath(absolute)) << '\n';
+    return true;
+}
+
+bool Open(const Operands& paths) {
+    return DoEach(paths, OpenPath);
 }
 
 } // namespace songbin

@@ -13,5 +13,8 @@ bool Put(const Operands& paths);
 bool List(const Operands& none);
 bool Restore(const Operands& names);
 bool Info(const Operands& paths);
+bool Relative(const Operands& fromAndTo);
+bool Absolute(const Operands& pathAndBase);
+bool Open(const Operands& paths);
 
 } // namespace songbin

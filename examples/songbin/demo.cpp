@@ -16,7 +16,7 @@
 
 #include "display.h"
 #include "paths.h"
-#include "terminal.h"
+#include "system.h"
 #include "trashfolder.h"
 
 namespace fs = std::filesystem;
@@ -87,15 +87,13 @@ std::string FindOriginal(const Operands& folder) {
 
 // The free name is only a proposal, so another program may make the folder first.
 std::string MakeScratchFolder() {
-    const ResolvedPath temporary = ResolvePath(fs::temp_directory_path().u8string());
-    if (temporary.path.empty())
-        throw std::runtime_error("the folder for temporary files " + temporary.problem);
+    const std::string temporary = FileNames::GetTempFolderRoot();
     for (int attempt = 0; attempt < 10; ++attempt) {
-        std::string folder = FileNames::ComposeNewFolderAndCheckExists(temporary.path, "songbin demo", "");
+        std::string folder = FileNames::ComposeNewFolderAndCheckExists(temporary, "songbin demo", "");
         if (!folder.empty() && FileNames::CreateDirectoryA(folder))
             return folder;
     }
-    throw std::runtime_error("no scratch folder can be made in " + LocalPath(temporary.path));
+    throw std::runtime_error("no scratch folder can be made in " + LocalPath(temporary));
 }
 
 // ---- Comparing ----
@@ -164,6 +162,24 @@ bool AskForSpace(DemoState& demo) {
     const std::int64_t space = FileNames::GetAvailableSpace(demo.song);
     Answer("GetAvailableSpace(" + Short(demo, demo.song) + ")", FormatAvailableSpace(space));
     return Expect(space != std::numeric_limits<std::int64_t>::max(), "the free space is not known");
+}
+
+bool RelateTakes(DemoState& demo) {
+    const std::string songFile = JoinPath(demo.song, "Song.sng");
+    std::string relative;
+    const bool isRelated = FileNames::GetPathRelativeToOtherFile(relative, songFile, demo.take) == 1;
+    Answer("GetPathRelativeToOtherFile(" + Short(demo, songFile) + ", take)", LocalPath(relative));
+    const std::string again = FileNames::GetAbsolutePath(relative, demo.song.c_str());
+    Answer("GetAbsolutePath(that, " + Short(demo, demo.song) + ")", Short(demo, again));
+    return Expect(isRelated && FileNames::CompareNormalizedPaths(again, demo.take), "the take is not found this way");
+}
+
+bool NameAMixDown(DemoState& /*demo*/) {
+    const std::string mixDown = FileNames::GetTempFilename("mix");
+    const bool isThere = !mixDown.empty() && IsThere(mixDown);
+    Answer("GetTempFilename(mix)", FileNames::GetFilenameWithoutPath(mixDown) + ", " + Seen(isThere));
+    std::error_code error;
+    return Expect(isThere && fs::remove(SystemPath(mixDown), error), "there is no file for a mix-down");
 }
 
 bool MoveIntoTrash(const DemoState& demo, const std::string& path, bool isLast, std::string& inTrash) {
@@ -237,6 +253,8 @@ constexpr Step trials[] = {
     {"Ask whether it is a song folder", AskWhatItIs},
     {"Look inside, and ask which files are songs", LookInside},
     {"Ask for the free space", AskForSpace},
+    {"Name a take by its way from the song file", RelateTakes},
+    {"Make a file for a mix-down", NameAMixDown},
     {"Move a take, then the whole folder into the trash", ThrowAway},
     {"List the trash", ListTheTrash},
     {"Put both back, the folder first", PutBothBack},

@@ -7,7 +7,7 @@
 #include <limits>
 #include <sstream>
 
-#include "terminal.h"
+#include "system.h"
 
 namespace songbin {
 namespace {

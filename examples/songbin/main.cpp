@@ -6,7 +6,7 @@
 #include "commands.h"
 #include "demo.h"
 #include "display.h"
-#include "terminal.h"
+#include "system.h"
 
 namespace {
 
@@ -33,11 +33,15 @@ constexpr Command commands[] = {
     {"list", "", "list what is in the trash", 0, 0, songbin::List},
     {"restore", "NAME...", "put items back, by their names in the trash", 1, anyNumber, songbin::Restore},
     {"info", "PATH...", "tell what the library knows of a path", 1, anyNumber, songbin::Info},
+    {"relative", "FROM TO", "express TO relative to the file FROM", 2, 2, songbin::Relative},
+    {"absolute", "PATH [BASE]", "make PATH absolute, against the folder BASE", 1, 2, songbin::Absolute},
+    {"open", "PATH...", "start a program on each path: $SONGBIN_OPENER, or the system's own", 1, anyNumber,
+     songbin::Open},
 };
 
 void PrintUsage(std::ostream& output) {
-    constexpr std::size_t nameWidth = 8;
-    constexpr std::size_t operandsWidth = 10;
+    constexpr std::size_t nameWidth = 10;
+    constexpr std::size_t operandsWidth = 13;
     output << "Usage: songbin COMMAND [OPERAND...]\n\nCommands:\n";
     for (const Command& command : commands)
         output << "  " << songbin::PadRight(command.name, nameWidth)

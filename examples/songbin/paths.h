@@ -13,6 +13,10 @@ struct ResolvedPath {
 };
 ResolvedPath ResolvePath(const std::string& typed);
 
+// What the user typed with the library's separators and no more. `.\` in front keeps a relative name like `C:x` from
+// being taken for a drive.
+std::string LibrarySpelling(std::string typed);
+
 // A path of the library as the user of this system writes it.
 std::string LocalPath(std::string path);
 

@@ -1,4 +1,6 @@
-#include "terminal.h"
+#include "system.h"
+
+#include <cstdint>
 
 #ifdef _WIN32
 #include <cstdio>
@@ -26,6 +28,14 @@ bool ChooseDataFolder(const std::string& /*folder*/) {
     return false;
 }
 
+std::string DefaultOpener() {
+    return "explorer.exe";
+}
+
+void CloseProcess(void* process) {
+    CloseHandle(process);
+}
+
 #else
 
 bool StandardErrorIsTerminal() {
@@ -38,6 +48,14 @@ void PrepareOutput() {
 
 bool ChooseDataFolder(const std::string& folder) {
     return setenv("XDG_DATA_HOME", folder.c_str(), 1) == 0;
+}
+
+std::string DefaultOpener() {
+    return "xdg-open";
+}
+
+void CloseProcess(void* process) {
+    close(static_cast<int>(reinterpret_cast<std::intptr_t>(process)));
 }
 
 #endif

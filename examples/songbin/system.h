@@ -16,4 +16,10 @@ void PrepareOutput();
 // does not let a program choose.
 bool ChooseDataFolder(const std::string& folder);
 
+// The program that opens a file with whatever the user has for it.
+std::string DefaultOpener();
+
+// Gives a handle of LaunchProcess back to the system.
+void CloseProcess(void* process);
+
 } // namespace songbin
