@@ -1,7 +1,7 @@
 #include "filesystem/queries.h"
 
-#include <algorithm>
 #include <climits>
+#include <cstring>
 #include <set>
 
 #include "support/scratch.h"
@@ -12,9 +12,9 @@ namespace {
 
 using namespace Vellox::Testing;
 
-class QueriesTest : public ScratchTest {
+class FileSystemTest : public ScratchTest {
 protected:
-    QueriesTest() {
+    FileSystemTest() {
         for (const char* name : {".hidden", "B.WAV", "a.wav", "denied", "r\xC3\xA9.txt", "sub/in"})
             WriteFile(At(name), "");
         fs::permissions("denied", fs::perms::none);
@@ -26,7 +26,7 @@ protected:
     static std::set<std::string> SetOf(const std::vector<std::string>& names) { return {names.begin(), names.end()}; }
 };
 
-TEST_F(QueriesTest, TellWhatStandsAtAPath) {
+TEST_F(FileSystemTest, TellsWhatStandsAtAPath) {
     // Whether the path opens, whether anything stands there, whether that is a folder, and whether it is empty.
     const std::tuple<std::string, bool, bool, bool, bool> rows[] = {
         // clang-format off
@@ -59,7 +59,7 @@ TEST_F(QueriesTest, TellWhatStandsAtAPath) {
     EXPECT_EQ(fs::current_path(), At("sub"));
 }
 
-TEST_F(QueriesTest, ListTheNamesThatMatch) {
+TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
     const std::set<std::string> files = {".hidden", "B.WAV", "a.wav", "dangling", "denied", "r\xC3\xA9.txt"};
     const std::tuple<const char*, std::set<std::string>, std::set<std::string>> rows[] = {
         // clang-format off
@@ -74,28 +74,26 @@ TEST_F(QueriesTest, ListTheNamesThatMatch) {
         EXPECT_EQ(SetOf(GetFolderFiles(pattern)), expectedFiles) << pattern;
         EXPECT_EQ(SetOf(GetFolderSubfolders(pattern)), folders) << pattern;
         // The cursor gives the same names, from the last to the first, cut at five bytes.
-        void* state = this;
         std::vector<std::string> names = GetFolderFiles(pattern);
+        void* state = this;
         EXPECT_EQ(GetFolderFiles(pattern, nullptr, 0, &state), names.size());
-        std::string buffer(8, '#');
-        for (; !names.empty(); names.pop_back(), buffer.assign(8, '#')) {
-            EXPECT_EQ(GetFolderFiles(nullptr, buffer.data(), 5, &state), names.size() - 1);
-            EXPECT_EQ(buffer.substr(0, 7), (names.back().substr(0, 5) + '\0' + "######").substr(0, 7));
+        char name[] = "#######";
+        for (int left; (left = GetFolderFiles(nullptr, name, 5, &state)) >= 0; std::memset(name, '#', 7)) {
+            ASSERT_TRUE(left + 1 == std::ssize(names) && name == names.back().substr(0, 5) && name[6] == '#') << name;
+            names.pop_back();
         }
-        EXPECT_EQ(GetFolderFiles(nullptr, buffer.data(), 5, &state), -1);
-        EXPECT_EQ(buffer, "########");
+        EXPECT_TRUE(names.empty() && name == std::string(7, '#')) << name;
     }
 }
 
-TEST_F(QueriesTest, FindTheFirstFreeName) {
+TEST_F(FileSystemTest, FindsTheFirstFreeName) {
     for (const char* name : {"a2.wav", "a 1.wav", "b1.wav", "TrackBackup", "Take 2.wav", "sub/a.wav"})
         WriteFile(At(name), "");
-    fs::create_directory("d.wav");
     // Folder, stem and tail; the free name of a file, and of a folder.
     const std::string rows[][5] = {
         // clang-format off
         {"", "a", ".wav", "a1.wav", "a 2.wav"}, {"", "b.wav", "", "b.wav", "b.wav"}, {"", "new", "", "new", "new"},
-        {"", "d", ".wav", "d.wav", "d 1.wav"}, {"", "", "", "", ""}, {"", "sub", "", "sub", "sub 1"},
+        {"", "parent", ".wav", "parent.wav", "parent 1.wav"}, {"", "", "", "", ""}, {"", "sub", "", "sub", "sub 1"},
         {"", "Track", "Backup", "Track1Backup", "Track 1Backup"}, {"", "denied", "", "denied", "denied 1"},
         {"", "Take 2", ".wav", "Take 21.wav", "Take 2 1.wav"}, {"", "dangling", "", "dangling", "dangling 1"},
         {R"(none\)", "a", ".wav", R"(none\a.wav)", R"(none\a.wav)"}, {"sub", "a", "", R"(sub\a)", R"(sub\a)"},
@@ -112,18 +110,15 @@ TEST_F(QueriesTest, FindTheFirstFreeName) {
     }
 }
 
-class CreatingTest : public ScratchTest {};
-
-TEST_F(CreatingTest, MakesTheMissingLevelsBelowTheFirst) {
+TEST_F(FileSystemTest, MakesTheMissingLevelsBelowTheFirst) {
     const std::string here = Win32(fs::current_path());
-    WriteFile(At("file"), "");
     // Whether all levels are there in the end, and how many were made.
     const std::tuple<std::string, bool, int> rows[] = {
         // clang-format off
         {here + R"(\a\b\c)", true, 3}, {here + R"(\a\b\c)", true, 0}, {here.substr(2) + R"(\\d\\e\)", true, 2},
         {here + R"(\a/b\x)", true, 1}, {here + R"(\m/n\x)", false, 0}, {here + R"(\f\\file)", true, 2},
-        {here + R"(\file)", true, 0}, {here + R"(\file\x\y)", false, 0}, {"C:/x/y", true, 0}, {"", true, 0},
-        {R"(p\q)", false, 0}, {R"(a\q)", true, 1}, {R"(\\\)", true, 0}, {"C:", true, 0}, {"file", true, 0},
+        {here + R"(\a.wav)", true, 0}, {here + R"(\a.wav\x\y)", false, 0}, {"C:/x/y", true, 0}, {"", true, 0},
+        {R"(p\q)", false, 0}, {R"(a\q)", true, 1}, {R"(\\\)", true, 0}, {"C:", true, 0}, {"a.wav", true, 0},
         {R"(Q:\)", true, 0}, {R"(Q:\a)", false, 0}, {R"(\\srv\share)", true, 0}, {R"(\\srv\share\a)", false, 0},
         // clang-format on
     };

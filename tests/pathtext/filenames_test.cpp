@@ -115,11 +115,10 @@ TEST_F(FolderOfPathTest, IsEmptyBeyondTheLimits) {
     EXPECT_EQ(path_rimuovifilename(detour + R"(\bcd)"), "");
     EXPECT_EQ(path_rimuovifilename(As<WideChar>(detour + R"(\bc)")), As<WideChar>(R"(C:\f\)"));
     EXPECT_EQ(path_rimuovifilename(As<WideChar>(detour + R"(\bcd)")), WideString());
-    for (const std::string& start : {R"(C:\)"s, "C:"s, "C:."s}) {
-        std::string longest = start + text(1040 - start.size() + (start == "C:" ? 1 : start == R"(C:\)" ? 1 : 2));
-        EXPECT_EQ(GetPathRoot(longest), "C:");
-        longest += 'a';
-        EXPECT_EQ(GetPathRoot(longest), "");
+    for (const auto& [start, end] : {std::pair(R"(C:\)"s, R"(\)"s), {"C:", ""}, {"C:.", ""}}) {
+        std::string path = start + text(1041 - start.size() - end.size()) + end;
+        EXPECT_EQ(GetPathRoot(path), "C:");
+        EXPECT_EQ(GetPathRoot(path.insert(start.size(), "a")), "");
     }
     WalkCapacities<char>();
     WalkCapacities<WideChar>();

@@ -11,3 +11,11 @@ function(vellox_set_warnings target)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
 endfunction()
+
+# What the compiler and the processor check at run time for next to nothing. On Windows the linker has its own.
+function(vellox_set_hardening target)
+  if(NOT WIN32 AND NOT VELLOX_SANITIZE)
+    target_compile_options(${target} PRIVATE -fstack-protector-strong -fcf-protection
+      $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+  endif()
+endfunction()

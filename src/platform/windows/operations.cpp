@@ -1,0 +1,199 @@
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/win32.h"
+
+namespace Vellox::Platform {
+namespace {
+
+using Text = std::wstring;
+
+// ---- The shell operation ----
+
+// The text in full, so that neither the current directory nor a forward slash means something else to the shell. Empty
+// if the system refuses it.
+Text FullPath(const WCHAR* path) {
+    Text full(MAX_PATH, L'\0');
+    DWORD length = ::GetFullPathNameW(path, MAX_PATH, full.data(), nullptr);
+    if (length >= MAX_PATH) {
+        full.resize(length);
+        length = ::GetFullPathNameW(path, length, full.data(), nullptr);
+    }
+    full.resize(length);
+    constexpr std::size_t rootLength = 3;
+    while (full.size() > rootLength && full.back() == L'\\')
+        full.pop_back();
+    return full;
+}
+
+// The shell overruns its own buffers with longer paths.
+bool ShellTakes(const Text& path) {
+    return !path.empty() && path.size() < MAX_PATH;
+}
+
+// The folder that the process stands in is held by the system, and so is a root; their contents are not to go either.
+bool IsRootOrHoldsCurrentFolder(const Text& path) {
+    const Text current = FullPath(L".");
+    const bool isAbove = current.size() >= path.size() &&
+                         ::CompareStringOrdinal(current.data(), static_cast<int>(path.size()), path.data(),
+                                                static_cast<int>(path.size()), TRUE) == CSTR_EQUAL;
+    return path.back() == L'\\' || (isAbove && (current.size() == path.size() || current[path.size()] == L'\\'));
+}
+
+// A deletion is meant literally, and no name holds a wildcard.
+bool MayBeDeleted(const Text& path) {
+    return path.find_first_of(L"*?") == Text::npos && !IsRootOrHoldsCurrentFolder(path);
+}
+
+// ---- Entries ----
+
+class File {
+public:
+    explicit File(const WCHAR* path, DWORD access = FILE_READ_ATTRIBUTES)
+        : handle_(::CreateFileW(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    ~File() {
+        if (IsOpen())
+            ::CloseHandle(handle_);
+    }
+
+    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    HANDLE Get() const { return handle_; }
+
+private:
+    HANDLE handle_;
+};
+
+bool ReadIdentity(const Text& path, BY_HANDLE_FILE_INFORMATION& identity) {
+    const File file(path.c_str());
+    return file.IsOpen() && ::GetFileInformationByHandle(file.Get(), &identity) != FALSE;
+}
+
+bool IsSameEntry(const BY_HANDLE_FILE_INFORMATION& first, const BY_HANDLE_FILE_INFORMATION& second) {
+    return first.dwVolumeSerialNumber == second.dwVolumeSerialNumber && first.nFileIndexHigh == second.nFileIndexHigh &&
+           first.nFileIndexLow == second.nFileIndexLow;
+}
+
+Text FolderOf(const Text& path) {
+    const std::size_t separator = path.find_last_of(L'\\');
+    return separator == Text::npos ? Text() : path.substr(0, separator);
+}
+
+// Where the folder really is, whatever links lead there.
+Text FinalPath(const Text& folder) {
+    const File file(folder.c_str());
+    constexpr DWORD longestPath = 32768;
+    Text path(longestPath, L'\0');
+    path.resize(file.IsOpen() ? ::GetFinalPathNameByHandleW(file.Get(), path.data(), longestPath, FILE_NAME_NORMALIZED)
+                              : 0);
+    return path;
+}
+
+struct Entry {
+    Text name;
+    DWORD kind;
+    ULONGLONG size;
+
+    bool operator==(const Entry&) const = default;
+};
+
+Entry MakeEntry(const Text& name, DWORD attributes, DWORD sizeHigh, DWORD sizeLow) {
+    const DWORD kind = attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT);
+    const ULONGLONG size = (static_cast<ULONGLONG>(sizeHigh) << 32) | sizeLow;
+    return {name, kind, kind == 0 ? size : 0};
+}
+
+bool ReadEntries(const Text& folder, std::vector<Entry>& entries) {
+    WIN32_FIND_DATAW match;
+    HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &match);
+    if (search == INVALID_HANDLE_VALUE)
+        return false;
+    do {
+        const Text name = match.cFileName;
+        if (name != L"." && name != L"..")
+            entries.push_back(MakeEntry(name, match.dwFileAttributes, match.nFileSizeHigh, match.nFileSizeLow));
+    } while (::FindNextFileW(search, &match) != FALSE);
+    const bool isWhole = ::GetLastError() == ERROR_NO_MORE_FILES;
+    ::FindClose(search);
+    std::sort(entries.begin(), entries.end(), [](const Entry& one, const Entry& other) { return one.name < other.name; });
+    return isWhole;
+}
+
+// Where a link leads is not compared, so one never counts as the same.
+bool HoldSame(const Text& first, const Entry& firstEntry, const Text& second, const Entry& secondEntry) {
+    if (firstEntry != secondEntry || (firstEntry.kind & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+        return false;
+    if ((firstEntry.kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        return true;
+    std::vector<Entry> firstEntries;
+    std::vector<Entry> secondEntries;
+    return ReadEntries(first, firstEntries) && ReadEntries(second, secondEntries) &&
+           std::equal(firstEntries.begin(), firstEntries.end(), secondEntries.begin(), secondEntries.end(),
+                      [&](const Entry& one, const Entry& other) {
+                          return HoldSame(first + L'\\' + one.name, one, second + L'\\' + other.name, other);
+                      });
+}
+
+bool ReadRootEntry(const WCHAR* path, Entry& entry) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (::GetFileAttributesExW(path, GetFileExInfoStandard, &data) == FALSE)
+        return false;
+    entry = MakeEntry({}, data.dwFileAttributes, data.nFileSizeHigh, data.nFileSizeLow);
+    return true;
+}
+
+} // namespace
+
+int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
+    return std::rename(oldPath, newPath);
+}
+
+int RunShellOperation(SHFILEOPSTRUCTW& operation) {
+    Text from = FullPath(operation.pFrom);
+    Text to = operation.pTo != nullptr ? FullPath(operation.pTo) : Text();
+    if (!ShellTakes(from) || (operation.pTo != nullptr && !ShellTakes(to)))
+        return ERROR_FILENAME_EXCED_RANGE;
+    if (operation.wFunc == FO_DELETE && !MayBeDeleted(from))
+        return ERROR_INVALID_NAME;
+    from += L'\0';
+    to += L'\0';
+    operation.pFrom = from.c_str();
+    operation.pTo = operation.pTo != nullptr ? to.c_str() : nullptr;
+    return ::SHFileOperationW(&operation);
+}
+
+bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
+    BY_HANDLE_FILE_INFORMATION wanted;
+    if (!ReadIdentity(folder, wanted))
+        return false;
+    for (Text level = FinalPath(FolderOf(FullPath(path))); !level.empty(); level = FolderOf(level)) {
+        BY_HANDLE_FILE_INFORMATION identity;
+        if (ReadIdentity(level + L'\\', identity) && IsSameEntry(identity, wanted))
+            return true;
+    }
+    return false;
+}
+
+bool HoldSameTree(const WCHAR* first, const WCHAR* second) {
+    Entry firstEntry;
+    Entry secondEntry;
+    return ReadRootEntry(first, firstEntry) && ReadRootEntry(second, secondEntry) &&
+           HoldSame(first, firstEntry, second, secondEntry);
+}
+
+void CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (::GetFileAttributesExW(from, GetFileExInfoStandard, &data) == FALSE)
+        return;
+    const File folder(to, FILE_WRITE_ATTRIBUTES);
+    if (folder.IsOpen())
+        ::SetFileTime(folder.Get(), &data.ftCreationTime, nullptr, &data.ftLastWriteTime);
+    ::SetFileAttributesW(to, data.dwFileAttributes);
+}
+
+} // namespace Vellox::Platform
