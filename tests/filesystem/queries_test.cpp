@@ -1,7 +1,5 @@
 #include "filesystem/queries.h"
 
-#include <climits>
-#include <cstring>
 #include <set>
 
 #include "support/scratch.h"
@@ -34,11 +32,10 @@ TEST_F(FileSystemTest, TellsWhatStandsAtAPath) {
         {R"(sub\)", false, true, true, false}, {R"(sub\*)", false, false, false, false},
         {R"(parent.wav\*)", false, false, false, false}, {R"(parent.wav\empty)", false, true, true, true},
         {R"(parent.wav\empty\)", false, true, true, true}, {R"(parent.wav\empty\*)", false, false, false, true},
-        {"link", false, true, true, false}, {"dangling", false, true, false, false},
-        {std::string("a.wav\0x", 7), true, true, false, false}, {"none", false, false, false, true},
-        {R"(none\*)", false, false, false, true}, {"", false, false, false, true}, {"Q:", false, false, false, true},
-        {In("a.wav").replace(0, 1, "D"), false, false, false, true}, {"\\" + In("a.wav").substr(2), false, false, false, true},
-        {"a.wav" + std::string(PATH_MAX, 'x'), false, false, false, true},
+        {"link", false, true, true, false}, {"dangling", false, true, false, false}, {"", false, false, false, true},
+        {std::string("a.wav\0x", 7), true, true, false, false}, {R"(none\*)", false, false, false, true},
+        {"none", false, false, false, true}, {In("a.wav").replace(0, 1, "D"), false, false, false, true},
+        {"\\" + In("a.wav").substr(2), false, false, false, true}, {std::string(9999, 'x'), false, false, false, true},
         // clang-format on
     };
     const AsOrdinaryUser user;
@@ -48,8 +45,7 @@ TEST_F(FileSystemTest, TellsWhatStandsAtAPath) {
             EXPECT_EQ(CheckFileExists(path), opens);
             EXPECT_TRUE(CheckFolderExists(path) == exists && CheckFileExistsEvenIfNotAccessible(path) == exists);
             bool answer = preset;
-            EXPECT_EQ(CheckPathIsDirectory(path, answer), exists);
-            EXPECT_EQ(answer, exists ? isFolder : preset);
+            EXPECT_TRUE(CheckPathIsDirectory(path, answer) == exists && answer == (exists ? isFolder : preset));
             EXPECT_EQ(IsFolderEmpty(path), isEmpty);
             EXPECT_EQ(GetAvailableSpace(path) == INT64_MAX, !isFolder);
             EXPECT_TRUE(!IsSymlink(path) && !IsSpecialFile(path, answer) && answer);
@@ -77,12 +73,12 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
         std::vector<std::string> names = GetFolderFiles(pattern);
         void* state = this;
         EXPECT_EQ(GetFolderFiles(pattern, nullptr, 0, &state), names.size());
-        char name[] = "#######";
-        for (int left; (left = GetFolderFiles(nullptr, name, 5, &state)) >= 0; std::memset(name, '#', 7)) {
-            ASSERT_TRUE(left + 1 == std::ssize(names) && name == names.back().substr(0, 5) && name[6] == '#') << name;
+        std::string name(7, '#');
+        for (int left; (left = GetFolderFiles(nullptr, name.data(), 5, &state)) >= 0; name.assign(7, '#')) {
+            ASSERT_TRUE(left + 1 == std::ssize(names) && name.c_str() == names.back().substr(0, 5) && name[6] == '#');
             names.pop_back();
         }
-        EXPECT_TRUE(names.empty() && name == std::string(7, '#')) << name;
+        EXPECT_TRUE(names.empty() && name == "#######") << pattern;
     }
 }
 
@@ -92,12 +88,12 @@ TEST_F(FileSystemTest, FindsTheFirstFreeName) {
     // Folder, stem and tail; the free name of a file, and of a folder.
     const std::string rows[][5] = {
         // clang-format off
-        {"", "a", ".wav", "a1.wav", "a 2.wav"}, {"", "b.wav", "", "b.wav", "b.wav"}, {"", "new", "", "new", "new"},
-        {"", "parent", ".wav", "parent.wav", "parent 1.wav"}, {"", "", "", "", ""}, {"", "sub", "", "sub", "sub 1"},
-        {"", "Track", "Backup", "Track1Backup", "Track 1Backup"}, {"", "denied", "", "denied", "denied 1"},
-        {"", "Take 2", ".wav", "Take 21.wav", "Take 2 1.wav"}, {"", "dangling", "", "dangling", "dangling 1"},
-        {R"(none\)", "a", ".wav", R"(none\a.wav)", R"(none\a.wav)"}, {"sub", "a", "", R"(sub\a)", R"(sub\a)"},
-        {R"(sub\)", "a", ".wav", R"(sub\a1.wav)", R"(sub\a 1.wav)"}, {"sub/", "in", "", R"(sub/\in1)", R"(sub/\in 1)"},
+        {"", "a", ".wav", "a1.wav", "a 2.wav"}, {"", "b", ".wav", "b.wav", "b.wav"}, {"", "sub", "", "sub", "sub 1"},
+        {"", "parent", ".wav", "parent.wav", "parent 1.wav"}, {"", "dangling", "", "dangling", "dangling 1"},
+        {"", "denied", "", "denied", "denied 1"}, {"", "Track", "Backup", "Track1Backup", "Track 1Backup"},
+        {"", "Take 2", ".wav", "Take 21.wav", "Take 2 1.wav"}, {"sub", "a", ".wav", R"(sub\a1.wav)", R"(sub\a 1.wav)"},
+        {R"(sub\)", "in", "", R"(sub\in1)", R"(sub\in 1)"}, {"sub/", "in", "", R"(sub/\in1)", R"(sub/\in 1)"},
+        {R"(none\)", "a", ".wav", R"(none\a.wav)", R"(none\a.wav)"}, {"", "", "", "", ""},
         {"", std::string("a.wav\0", 6), "", "", ""}, // no number makes a difference behind a NUL
         // clang-format on
     };
@@ -130,8 +126,7 @@ TEST_F(FileSystemTest, MakesTheMissingLevelsBelowTheFirst) {
         EXPECT_FALSE(CreateDirectoryA(path)) << path;
     }
     EXPECT_TRUE(fs::is_directory("a/b/c") && fs::is_directory("d/e") && fs::is_directory("a/b/x"));
-    EXPECT_TRUE(CreateDirectories("new") && !fs::exists("new"));
-    EXPECT_TRUE(CreateDirectoryA("caf\xC3\xA9") && fs::is_directory("caf\xC3\xA9"));
+    EXPECT_TRUE(CreateDirectories("\303\251") && CreateDirectoryA("\303\251") && fs::is_directory("\303\251"));
 }
 
 } // namespace

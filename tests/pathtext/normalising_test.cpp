@@ -27,14 +27,11 @@ TEST_F(NormalFormTest, NormalizePath) {
         std::string path;
         std::string normal;
     } rows[] = {
-        {"C:/a/./b/../c.wav", R"(C:\a\c.wav)"},
-        {R"(rel\x.wav)", R"(C:\cur\rel\x.wav)"},
-        {R"(C:\a\)", R"(C:\a\)"},
-        {R"(C:\No\Such\File.WAV)", R"(C:\No\Such\File.WAV)"},
-        {"", ""},
-        {long1039, long1039},
-        {long1039 + "a", ""},
+        // clang-format off
+        {"C:/a/./b/../c.wav", R"(C:\a\c.wav)"}, {R"(rel\x.wav)", R"(C:\cur\rel\x.wav)"}, {R"(C:\a\)", R"(C:\a\)"},
+        {R"(C:\No\Such\File.WAV)", R"(C:\No\Such\File.WAV)"}, {"", ""}, {long1039, long1039}, {long1039 + "a", ""},
         {long1039 + R"(\..\b)", R"(C:\b)"},
+        // clang-format on
     };
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(row.path);
@@ -48,19 +45,14 @@ TEST_F(NormalFormTest, GetAbsolutePath) {
         const char* base;
         const char* absolute;
     } rows[] = {
-        {R"(C:\a\..\b.wav)", R"(D:\x)", R"(C:\b.wav)"},
-        {"b.wav", R"(C:\a)", R"(C:\a\b.wav)"},
-        {"b.wav", R"(C:\a\)", R"(C:\a\b.wav)"},
-        {R"(..\b.wav)", R"(C:\a\c)", R"(C:\a\b.wav)"},
-        {"b.wav", "", R"(C:\cur\b.wav)"},
-        {"b.wav", nullptr, R"(C:\cur\b.wav)"},
-        {R"(\b.wav)", R"(C:\a)", R"(C:\b.wav)"},
-        {"/b.wav", R"(C:\a)", R"(C:\a\b.wav)"},
-        {"", R"(C:\a)", R"(C:\a\)"},
-        {"", nullptr, R"(C:\cur)"},
-        {"", "", ""},
-        {"b.wav", "C:/a/", R"(C:\a\b.wav)"},
+        // clang-format off
+        {R"(C:\a\..\b.wav)", R"(D:\x)", R"(C:\b.wav)"}, {"b.wav", R"(C:\a)", R"(C:\a\b.wav)"},
+        {"b.wav", R"(C:\a\)", R"(C:\a\b.wav)"}, {R"(..\b.wav)", R"(C:\a\c)", R"(C:\a\b.wav)"},
+        {"b.wav", "", R"(C:\cur\b.wav)"}, {"b.wav", nullptr, R"(C:\cur\b.wav)"},
+        {R"(\b.wav)", R"(C:\a)", R"(C:\b.wav)"}, {"/b.wav", R"(C:\a)", R"(C:\a\b.wav)"}, {"", R"(C:\a)", R"(C:\a\)"},
+        {"", nullptr, R"(C:\cur)"}, {"", "", ""}, {"b.wav", "C:/a/", R"(C:\a\b.wav)"},
         {"C:b.wav", R"(D:\a)", R"(C:\cur\b.wav)"},
+        // clang-format on
     };
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(std::string(row.path) + ", " + (row.base != nullptr ? row.base : "null"));
@@ -81,21 +73,15 @@ TEST(NormalizedPaths, CompareAndLieBelow) {
         bool areEqual;
         bool isBelow;
     } rows[] = {
-        {R"(C:\A\b.wav)", R"(c:\a\B.WAV)", true, false},
-        {R"(C:\a)", R"(C:\a\)", false, false},
-        {"C:/a", R"(C:\a)", false, false},
-        {R"(C:\a\..\b)", R"(C:\b)", false, false},
-        {"", "", true, true},
-        {"\xC3\x89", "\xC3\xA9", false, false},
-        {R"(C:\Songs\a.wav)", R"(C:\Songs)", false, true},
-        {R"(c:\SONGS\a.wav)", R"(C:\songs\)", false, true},
-        {R"(C:\Songs\Sub\a.wav)", R"(C:\Songs)", false, true},
-        {R"(C:\Songs\)", R"(C:\Songs)", false, true},
-        {R"(C:\Songs2\a.wav)", R"(C:\Songs)", false, false},
-        {"C:/Songs/a.wav", "C:/Songs", false, false},
-        {R"(C:/Songs\a.wav)", "C:/Songs", false, true},
-        {"anything", "", false, true},
-        {"", R"(C:\Songs)", false, false},
+        // clang-format off
+        {R"(C:\A\b.wav)", R"(c:\a\B.WAV)", true, false}, {R"(C:\a)", R"(C:\a\)", false, false},
+        {"C:/a", R"(C:\a)", false, false}, {R"(C:\a\..\b)", R"(C:\b)", false, false}, {"", "", true, true},
+        {"\xC3\x89", "\xC3\xA9", false, false}, {R"(C:\Songs\a.wav)", R"(C:\Songs)", false, true},
+        {R"(c:\SONGS\a.wav)", R"(C:\songs\)", false, true}, {R"(C:\Songs\Sub\a.wav)", R"(C:\Songs)", false, true},
+        {R"(C:\Songs\)", R"(C:\Songs)", false, true}, {R"(C:\Songs2\a.wav)", R"(C:\Songs)", false, false},
+        {"C:/Songs/a.wav", "C:/Songs", false, false}, {R"(C:/Songs\a.wav)", "C:/Songs", false, true},
+        {"anything", "", false, true}, {"", R"(C:\Songs)", false, false},
+        // clang-format on
     };
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(std::string(row.first) + ", " + row.second);
@@ -106,14 +92,11 @@ TEST(NormalizedPaths, CompareAndLieBelow) {
 
 TEST(ConvertPathToLocalSystem, TurnsSlashes) {
     const char* rows[][2] = {
-        {"/Users/me/a.wav", R"(C:\Users\me\a.wav)"},
-        {"Audio/a.wav", R"(Audio\a.wav)"},
-        {"D:/x/a.wav", R"(D:\x\a.wav)"},
-        {R"(C:\x\a.wav)", R"(C:\x\a.wav)"},
-        {"/", R"(C:\)"},
-        {"//srv/x", R"(C:\\srv\x)"},
-        {R"(\x/a.wav)", R"(\x\a.wav)"},
-        {"", ""},
+        // clang-format off
+        {"/Users/me/a.wav", R"(C:\Users\me\a.wav)"}, {"Audio/a.wav", R"(Audio\a.wav)"},
+        {"D:/x/a.wav", R"(D:\x\a.wav)"}, {R"(C:\x\a.wav)", R"(C:\x\a.wav)"}, {"/", R"(C:\)"},
+        {"//srv/x", R"(C:\\srv\x)"}, {R"(\x/a.wav)", R"(\x\a.wav)"}, {"", ""},
+        // clang-format on
     };
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(row[0]);
@@ -129,6 +112,7 @@ TEST_F(NormalFormTest, GetPathRelativeToOtherFile) {
         std::string path;
         std::string relative;
     } rows[] = {
+        // clang-format off
         {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Audio\take1.wav)", R"(..\Audio\take1.wav)"},
         {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Demo\take1.wav)", "take1.wav"},
         {R"(C:\Songs\song.sng)", R"(C:\Songs\Audio\Drums\take1.wav)", R"(Audio\Drums\take1.wav)"},
@@ -147,10 +131,9 @@ TEST_F(NormalFormTest, GetPathRelativeToOtherFile) {
         {R"(C:\Songs\Demo\)", "take1.wav", "take1.wav"},
         {R"(C:\Songs\Demo\song.sng)", "take1.wav", R"(song.sng\take1.wav)"},
         {R"(C:\Songs\Demo\song.sng)", R"(..\take1.wav)", "take1.wav"},
-        {R"(C:\Songs\Demo\song.sng)", "", R"(song.sng\)"},
-        {R"(C:\s.sng)", longFolder + "t.wav", unchanged},
-        {longFolder + "s.sng", R"(C:\t.wav)", unchanged},
-        {R"(C:\s.sng)", std::string(2000, 'a'), unchanged},
+        {R"(C:\Songs\Demo\song.sng)", "", R"(song.sng\)"}, {R"(C:\s.sng)", longFolder + "t.wav", unchanged},
+        {longFolder + "s.sng", R"(C:\t.wav)", unchanged}, {R"(C:\s.sng)", std::string(2000, 'a'), unchanged},
+        // clang-format on
     };
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(row.otherFile + ", " + row.path);
@@ -168,8 +151,7 @@ TEST(ComponentReader, HandsOutComponents) {
         const char* path;
         std::string components; // each with a bar behind it
     } rows[] = {
-        {"", ""}, {R"(\a\b)", "a|b|"}, {R"(a\b\)", "a|b|"}, {R"(a\\b)", "a||b|"}, {R"(\\srv/share)", "|srv|share|"},
-    };
+        {"", ""}, {R"(\a\b)", "a|b|"}, {R"(a\b\)", "a|b|"}, {R"(a\\b)", "a||b|"}, {R"(\\srv/share)", "|srv|share|"}};
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(row.path);
         ComponentReader reader(row.path);

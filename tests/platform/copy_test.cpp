@@ -19,14 +19,15 @@ protected:
     CopyTest() { ::setenv("XDG_DATA_HOME", At("data").c_str(), 1); }
     ~CopyTest() override { ::unsetenv("XDG_DATA_HOME"); }
 
-    static void Shell(const std::string& commands) { ASSERT_EQ(std::system(("set -e; " + commands).c_str()), 0); }
+    static void Shell(const std::string& commands) {
+        ASSERT_EQ(std::system(("umask 022; set -e; " + commands).c_str()), 0);
+    }
     static auto Entries(const fs::path& folder) { return std::distance(fs::directory_iterator(folder), {}); }
 };
 
 TEST_F(CopyTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
-    Shell(
-        "umask 0; mkdir folder; touch marked denied held folder/x; truncate -s 100001 big; echo old > b; echo new > a;"
-        "chmod 444 marked; chmod 0 denied; ln a twin; ln -s a link; ln -s none dangling; mkfifo fifo");
+    Shell("umask 0; mkdir folder; touch marked denied held folder/x; truncate -s 200K big; echo old > b; echo new > a;"
+          "chmod 444 marked; chmod 0 denied; ln a twin; ln -s a link; ln -s none dangling; mkfifo fifo");
     const std::tuple<const char*, const char*, bool, std::int32_t> rows[] = {
         // clang-format off
         {"none", "b", false, 1}, {"none", "b", true, 1}, {"", "b", false, 1}, {"folder", "b", false, 1},
@@ -59,15 +60,13 @@ TEST_F(CopyTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
 }
 
 TEST_F(CopyTest, KeepsContentModeAndTime) {
-    const fs::path other = OtherVolume() / "there";
-    for (const std::string content : {"seq 60000", "echo a", "true"})
-        for (const fs::path& copy : {At("\303\251"), other}) {
-            Shell(content + " > a; chmod 751 a; touch -d @1234567890.123456789 a");
+    for (const fs::path& copy : {At("\303\251"), OtherVolume() / "there"})
+        for (const std::string fill : {"seq 60000", "echo a", "true"}) {
+            Shell(fill + " > a; chmod 751 a; touch -d @1234567890.123456789 a");
             auto error = static_cast<CopyFileError>(-1);
             EXPECT_TRUE(CopyFileA("a", Win32(copy), false, &error) && error == -1);
-            EXPECT_TRUE(ReadFile(copy) == ReadFile("a")) << content;
-            EXPECT_EQ(fs::status(copy).permissions(), fs::perms(0751));
-            EXPECT_EQ(fs::last_write_time(copy), fs::last_write_time("a"));
+            EXPECT_TRUE(ReadFile(copy) == ReadFile("a") && fs::status(copy).permissions() == fs::perms(0751)) << fill;
+            EXPECT_EQ(fs::last_write_time(copy), fs::last_write_time("a")) << fill;
         }
     Shell("echo old > target; ln -s target link");
     EXPECT_TRUE(CopyFileA("link", "plain", true, nullptr) && !fs::is_symlink("plain"));
@@ -86,20 +85,18 @@ TEST_F(CopyTest, LeavesTheOldFileWhenTheProcessIsKilled) {
     ::kill(process, SIGKILL);
     int status = 0;
     ::waitpid(process, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status)) << "the copy was whole before it could be cut short";
-    EXPECT_EQ(fs::file_size("to/b"), 3);
+    EXPECT_TRUE(WIFSIGNALED(status) && fs::file_size("to/b") == 3) << status << " " << fs::file_size("to/b");
 }
 
 TEST_F(CopyTest, TakesFoldersWithAllTheyHold) {
     Shell("mkdir -p s/\303\251 s/locked s/empty; echo new > s/\303\251/x; touch s/.hidden s/locked/y; ln -s s link;"
           "ln -s none s/dangling; ln -s .. s/up; mkfifo -m 640 s/fifo; chmod 555 s/locked/y s/locked;"
           "touch -d @1234567890.123456789 s/locked/y s/locked s");
-    const std::string held = Describe("s");
-    const fs::path other = OtherVolume() / "d";
-    for (const fs::path& copy : {At("\303\251"), other}) {
+    const std::string whole = Describe("s");
+    for (const fs::path& copy : {At("\303\251"), OtherVolume() / "d"}) {
         const AsOrdinaryUser user;
         CopyFolder("s", Win32(copy));
-        ASSERT_EQ(Describe(copy), held);
+        ASSERT_EQ(Describe(copy), whole);
         for (const char* name : {"locked/y", "locked", "."})
             EXPECT_EQ(fs::last_write_time(copy / name), fs::last_write_time(At("s") / name)) << name;
         WriteFile(copy / "\303\251/x", "old");
@@ -108,12 +105,11 @@ TEST_F(CopyTest, TakesFoldersWithAllTheyHold) {
         EXPECT_TRUE(ReadFile(copy / "\303\251/x") == "new\n" && ReadFile(copy / "own") == "own");
     }
     CopyFolder(R"(s\empty)", "n");
-    EXPECT_TRUE(fs::is_empty("n"));
     for (const char* destination : {"", "s", R"(s\n)", R"(link\empty\n)", R"(s\empty)"})
         CopyFolder("s", destination);
     for (const char* source : {"", "none", R"(s\.hidden)"})
         CopyFolder(source, "n");
-    EXPECT_TRUE(Describe("s") == held && fs::is_empty("n"));
+    EXPECT_TRUE(Describe("s") == whole && fs::is_empty("n"));
 }
 
 TEST_F(CopyTest, DeletesWhatIsNamedAndNothingBehindALink) {
@@ -142,7 +138,6 @@ TEST_F(CopyTest, RecyclesEveryItemWithItsWayBack) {
     for (const fs::path& path : {At(item), At(item), other / item}) {
         WriteFile(path / "x", "");
         DeleteFolderWithContents(Win32(path).c_str(), false, false);
-        EXPECT_FALSE(fs::exists(path)) << path;
     }
     const fs::path bin = "data/Trash", otherBin = "/dev/shm/.Trash-" + std::to_string(::geteuid());
     const fs::path kept[][3] = {{bin, item, At("")}, {bin, item + ".2", At("")}, {otherBin, item, end + "/"}};
@@ -156,8 +151,7 @@ TEST_F(CopyTest, RecyclesEveryItemWithItsWayBack) {
     EXPECT_TRUE(fs::exists("locked/item") && Entries(bin / "info") == 2);
     if (!fs::exists("/usr/bin/trash-restore"))
         GTEST_SKIP() << "no other program here that could read the recycle bin";
-    Shell("trash-list > list; grep -qF '" + At(item).string() + "' list; echo 0 | trash-restore > /dev/null");
-    EXPECT_TRUE(fs::exists(At(item) / "x"));
+    Shell("trash-list > out; grep -qF '" + At(item).string() + "' out; echo 0 | trash-restore > out; test -d *" + end);
 }
 
 TEST_F(CopyTest, RenamesOnlyToAFreeName) {
@@ -169,15 +163,14 @@ TEST_F(CopyTest, RenamesOnlyToAFreeName) {
         for (const char* taken : names)
             EXPECT_TRUE(from == taken || Platform::RenameWithoutReplacing(from, taken) != 0) << from << " to " << taken;
         EXPECT_NE(Platform::RenameWithoutReplacing(from, Win32(other).c_str()), 0);
-        EXPECT_TRUE(Platform::RenameWithoutReplacing(from, "new") == 0 &&
-                    Platform::RenameWithoutReplacing("new", from) == 0)
-            << from;
+        EXPECT_EQ(Platform::RenameWithoutReplacing(from, "new"), 0) << from;
+        EXPECT_EQ(Platform::RenameWithoutReplacing("new", from), 0) << from;
     }
     EXPECT_EQ(Describe("."), before);
 }
 
 TEST_F(CopyTest, ComparesWhatFoldersHold) {
-    Shell("mkdir -p a/sub; printf 12 > a/sub/x; ln -s x a/sub/link");
+    Shell("mkdir -p a/sub; printf 12 > a/sub/x; ln -s x a/sub/link; ln -s a/sub link");
     for (const std::string change : {"printf 123 > b/sub/x", "mv b/sub/x b/sub/y", "mkdir b/more",
                                      "rm b/sub/x; mkdir b/sub/x", "ln -sf y b/sub/link"}) {
         Shell("rm -rf b; cp -a a b");
@@ -185,7 +178,6 @@ TEST_F(CopyTest, ComparesWhatFoldersHold) {
         Shell(change);
         EXPECT_FALSE(Platform::HoldSameTree(u"a", u"b") || Platform::HoldSameTree(u"b", u"a")) << change;
     }
-    fs::create_symlink("a/sub", "link");
     for (const WCHAR* path : {u"a", u"a\\new", u"a\\sub\\new", u"link\\new", u"b\\..\\a\\sub"})
         EXPECT_TRUE(Platform::LiesInFolder(path, u"a")) << WideToUtf8(path);
     for (const WCHAR* path : {u".", u"ab", u"b\\sub", u"a\\..\\b\\new"})

@@ -51,15 +51,15 @@ TEST(CommandLine, IsSplitAsAWindowsProgramWould) {
         const char* line;
         Words words;
     } rows[] = {
-        {"", {}},
-        {"app.exe -x 1", {"app.exe", "-x", "1"}},
-        {" \tapp.exe\t -x ", {"app.exe", "-x"}},
+        // clang-format off
+        {"", {}}, {"app.exe -x 1", {"app.exe", "-x", "1"}}, {" \tapp.exe\t -x ", {"app.exe", "-x"}},
         {R"("C:\My Apps\app.exe" My Song.sng)", {R"(C:\My Apps\app.exe)", "My", "Song.sng"}},
         {R"("C:\dir\" "My Song.sng")", {R"(C:\dir\)", "My Song.sng"}},
         {R"(a "My Song.sng" x"y z"w)", {"a", "My Song.sng", "xy zw"}},
         {R"(a b\"c b\\"d e" \\\"f\\g)", {"a", R"(b"c)", R"(b\d e)", R"(\"f\\g)"}},
         {R"(a C:\dir\ "C:\dir\\" end)", {"a", R"(C:\dir\)", R"(C:\dir\)", "end"}},
         {R"(a "" "b""c" "open end)", {"a", "", R"(b"c)", "open end"}},
+        // clang-format on
     };
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(row.line);

@@ -12,24 +12,12 @@ TEST(IsSongFile, JudgesTheTailOfTheText) {
         const char* path;
         bool isSong;
     } rows[] = {
-        {"", false},
-        {"sng", false},
-        {".sng", true},
-        {"take1.sng", true},
-        {"take1.SnG", true},
-        {"take1.sgw", true},
-        {"take1.sngw", true},
-        {"notes.TXT", true},
-        {"cut.edl", true},
-        {"mix.aaf", true},
-        {"mix.omf", true},
-        {"take1.sng.bak", false},
-        {"take1.bak.sng", true},
-        {"take1.sng ", false},
-        {R"(C:\Songs.sng\a)", false},
-        {R"(C:\x.sng\)", false},
-        {R"(C:\Songs\.sng)", true},
-        {"takeXsng", false},
+        // clang-format off
+        {"", false}, {"sng", false}, {".sng", true}, {"take1.sng", true}, {"take1.SnG", true}, {"take1.sgw", true},
+        {"take1.sngw", true}, {"notes.TXT", true}, {"cut.edl", true}, {"mix.aaf", true}, {"mix.omf", true},
+        {"take1.sng.bak", false}, {"take1.bak.sng", true}, {"take1.sng ", false}, {R"(C:\Songs.sng\a)", false},
+        {R"(C:\x.sng\)", false}, {R"(C:\Songs\.sng)", true}, {"takeXsng", false},
+        // clang-format on
     };
     for (const auto& row : rows) {
         VELLOX_TRACE_ROW(row.path);

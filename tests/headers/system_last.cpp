@@ -1,0 +1,9 @@
+#include "all_headers.h"
+
+#include <windows.h>
+
+#include "use_headers.h"
+
+bool UseHeadersBeforeTheSystems() {
+    return UseHeaders();
+}
