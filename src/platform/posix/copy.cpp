@@ -58,8 +58,8 @@ bool CopyContents(int source, int destination) {
 // A file system that cannot keep them is no reason to have no copy.
 void KeepFileAttributes(int file, const struct stat& status) {
     const struct timespec times[] = {status.st_atim, status.st_mtim};
-    static_cast<void>(::fchmod(file, status.st_mode & 0777));
-    static_cast<void>(::futimens(file, times));
+    MayFail(::fchmod(file, status.st_mode & 0777));
+    MayFail(::futimens(file, times));
 }
 
 // Opens without a wait, and without being refused because the user may only write.
@@ -131,7 +131,8 @@ bool OpenTarget(const PosixPath& path, const struct stat& source, Existing exist
 std::string NextTemporaryName() {
     static std::atomic<unsigned> counter{0};
     char name[48];
-    static_cast<void>(std::snprintf(name, sizeof name, ".vellox-%x-%x.tmp", static_cast<unsigned>(::getpid()), counter++));
+    static_cast<void>(
+        std::snprintf(name, sizeof name, ".vellox-%x-%x.tmp", static_cast<unsigned>(::getpid()), counter++));
     return name;
 }
 

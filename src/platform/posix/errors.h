@@ -13,6 +13,9 @@ DWORD ErrorFromErrno(int error);
 bool Fail(DWORD error);
 bool FailFromErrno();
 
+// Takes the result of a call that is made for what it may do, and whose failure changes nothing.
+inline void MayFail(int /*result*/) {}
+
 // A system call that a signal interrupts is made again.
 template <typename Call> auto Retried(Call call) {
     auto result = call();

@@ -42,8 +42,8 @@ bool LiesInFolder(const std::string& path, const struct stat& folder) {
 
 void KeepFolderAttributes(int folder, const struct stat& status) {
     const struct timespec times[] = {status.st_atim, status.st_mtim};
-    static_cast<void>(::fchmod(folder, status.st_mode & 07777));
-    static_cast<void>(::futimens(folder, times));
+    MayFail(::fchmod(folder, status.st_mode & 07777));
+    MayFail(::futimens(folder, times));
 }
 
 } // namespace Vellox::Posix

@@ -46,9 +46,7 @@ std::byte* StackEnd(const std::unique_ptr<std::byte[]>& stack) {
 
 // Asks the kernel itself: what stands between it and the host would take the reset for the host's own.
 void ResetSignals() {
-    const struct {
-        unsigned long handler, flags, restorer, mask;
-    } defaultAction = {};
+    const struct { unsigned long handler, flags, restorer, mask; } defaultAction = {};
     for (int signal = 1; signal < NSIG; ++signal)
         ::syscall(SYS_rt_sigaction, signal, &defaultAction, nullptr, sizeof defaultAction.mask);
     sigset_t none;

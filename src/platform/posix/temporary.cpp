@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/random.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -36,8 +37,8 @@ std::string TemporaryFolder() {
 unsigned NextNumber() {
     static std::atomic<unsigned> next{[] {
         unsigned start = 0;
-        static_cast<void>(::getrandom(&start, sizeof start, GRND_NONBLOCK));
-        return start;
+        return ::getrandom(&start, sizeof start, GRND_NONBLOCK) == sizeof start ? start
+                                                                                : static_cast<unsigned>(::getpid());
     }()};
     return next++;
 }

@@ -37,8 +37,8 @@ bool CopyFile(Entry from, Entry to, Existing existing) {
 void KeepEntryAttributes(Entry entry, const struct stat& status) {
     const struct timespec times[] = {status.st_atim, status.st_mtim};
     if (!S_ISLNK(status.st_mode))
-        static_cast<void>(::fchmodat(entry.folder, entry.name, status.st_mode & 0777, 0));
-    static_cast<void>(::utimensat(entry.folder, entry.name, times, AT_SYMLINK_NOFOLLOW));
+        MayFail(::fchmodat(entry.folder, entry.name, status.st_mode & 0777, 0));
+    MayFail(::utimensat(entry.folder, entry.name, times, AT_SYMLINK_NOFOLLOW));
 }
 
 bool CopyFifo(const struct stat& status, Entry to, Existing existing) {
