@@ -20,7 +20,7 @@ bool BufferedReader::Refill() {
     const std::size_t wanted = std::min<std::uint64_t>(unread_, fileBufferSize);
     position_ = 0;
     end_ = wanted == 0 ? 0 : file_.Read(buffer_.get(), wanted);
-    failed_ = end_ < wanted;
+    failed_ = failed_ || end_ < wanted;
     unread_ = failed_ ? 0 : unread_ - wanted;
     return end_ > 0;
 }

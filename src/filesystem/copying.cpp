@@ -63,10 +63,6 @@ bool CopyFolderContents(const std::string& source, const std::string& destinatio
     return RunShell(FO_COPY, ShellPath(std::string(UpToNul(source)) + "\\*"), ShellPath(destination).c_str(), silent);
 }
 
-bool CopyEntryAsItIs(const std::string& source, const std::string& destination) {
-    return RunShell(FO_COPY, ShellPath(source), ShellPath(destination).c_str(), silent);
-}
-
 bool DeleteFolderForGood(const std::string& path) {
     return RunShell(FO_DELETE, ShellPath(path), nullptr, DeletionFlags(false, true));
 }

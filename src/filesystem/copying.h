@@ -8,7 +8,4 @@ namespace Vellox::FileNames {
 bool CopyFolderContents(const std::string& source, const std::string& destination);
 bool DeleteFolderForGood(const std::string& path);
 
-// Copies a single entry, a link as a link, under a name that is free.
-bool CopyEntryAsItIs(const std::string& source, const std::string& destination);
-
 } // namespace Vellox::FileNames

@@ -34,6 +34,9 @@ int RenameWithoutReplacing(const char* oldPath, const char* newPath);
 // SHFileOperationW, kept from paths that it cannot take safely. Gives 0 if the whole operation succeeded.
 int RunShellOperation(SHFILEOPSTRUCTW& operation);
 
+// Makes a link to the same target under a name that is free. False if that is not possible.
+bool CopyLink(const WCHAR* link, const WCHAR* newLink);
+
 // True if the path is the folder, or lies below it, judged by what stands on the disk and not by text.
 // The path itself need not exist; its folder does.
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder);

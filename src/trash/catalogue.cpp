@@ -56,29 +56,31 @@ template <typename Integer> void WriteInteger(BufferedWriter& file, Integer valu
 }
 
 // Never takes more memory than the file has bytes left, whatever the size says.
-std::string ReadText(BufferedReader& file, std::uint32_t size) {
+bool ReadText(BufferedReader& file, std::uint32_t size, std::string& text) {
     if (size > file.Remaining()) {
         file.SkipToEnd();
-        return {};
+        return false;
     }
-    std::string text(size, '\0');
-    if (file.Read(text.data(), size) != size)
-        return {};
+    text.resize(size);
+    if (file.Read(text.data(), size) != size) {
+        text.clear();
+        return false;
+    }
     text.resize(std::strlen(text.c_str()));
-    return text;
+    return true;
 }
 
-// Damage gives the empty string; it shows at the next time that is read.
-std::string ReadString(BufferedReader& file) {
+// False, with the empty text, if the file ends before the text does. Other damage shows at the next time that is read.
+bool ReadString(BufferedReader& file, std::string& text) {
     if (file.Remaining() < sizeof(std::int32_t)) {
         file.SkipToEnd();
-        return {};
+        return false;
     }
     try {
         const auto size = ReadInteger<std::int32_t>(file);
-        return size < 0 ? std::string() : ReadText(file, static_cast<std::uint32_t>(size));
+        return size < 0 || ReadText(file, static_cast<std::uint32_t>(size), text);
     } catch (const std::exception&) {
-        return {};
+        return true;
     }
 }
 
@@ -130,14 +132,17 @@ void TrashCatalogue::ReadRecords(BufferedReader& reader) {
     const auto count = ReadInteger<std::int32_t>(reader);
     const std::lock_guard<CatalogueLock> guard(lock);
     for (std::int32_t index = 0; index < count; ++index) {
-        std::string key = ReadString(reader);
+        std::string key;
         TrashEntry entry;
+        ReadString(reader, key);
         entry.trashedTime = ReadInteger<std::uint64_t>(reader);
-        if (version >= currentVersion)
-            entry.restorePath = ReadString(reader);
+        const bool isWhole = version < currentVersion || ReadString(reader, entry.restorePath);
         // The file is in order, so that the end is where its records belong.
+        const std::size_t before = entries.size();
         const auto stored = entries.try_emplace(entries.end(), std::move(key));
-        stored->second = std::move(entry);
+        // Half a record, as a failed save leaves it, does not take the place of a whole one that waits in memory.
+        if (isWhole || entries.size() > before)
+            stored->second = std::move(entry);
     }
 }
 

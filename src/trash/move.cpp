@@ -37,17 +37,23 @@ bool CopyWholeFolder(const std::string& source, const std::string& destination) 
     return true;
 }
 
-bool CopyOneEntry(const std::string& source, const std::string& destination, ItemKind kind) {
+bool CopyWholeFile(const std::string& source, const std::string& destination) {
     constexpr bool failIfExists = true;
-    const bool copied = kind == ItemKind::Link ? CopyEntryAsItIs(source, destination)
-                                               : CopyFileA(source, destination, failIfExists, nullptr);
-    if (!copied)
+    if (!CopyFileA(source, destination, failIfExists, nullptr))
         return false;
     const WideString to = Utf8ToWide(destination);
     if (Platform::HoldSameTree(Utf8ToWide(source).c_str(), to.c_str()))
         return true;
     ::DeleteFileW(to.c_str());
     return false;
+}
+
+bool CopyWhole(const std::string& source, const std::string& destination, ItemKind kind) {
+    switch (kind) {
+    case ItemKind::Folder: return CopyWholeFolder(source, destination);
+    case ItemKind::Link: return Platform::CopyLink(Utf8ToWide(source).c_str(), Utf8ToWide(destination).c_str());
+    default: return CopyWholeFile(source, destination);
+    }
 }
 
 // False if the source is still as whole as its copy.
@@ -78,9 +84,7 @@ MoveResult MoveFileOrFolder(const std::string& source, const std::string& destin
     if (!IsValidUtf8(source) || !IsValidUtf8(destination))
         return MoveResult::Failed;
     const ItemKind kind = KindOf(source);
-    const bool copied = kind == ItemKind::Folder ? CopyWholeFolder(source, destination)
-                                                 : CopyOneEntry(source, destination, kind);
-    if (!copied)
+    if (!CopyWhole(source, destination, kind))
         return MoveResult::Failed;
     return RemoveCopiedSource(source, destination, kind) ? MoveResult::Moved : MoveResult::Copied;
 }

@@ -18,86 +18,169 @@ class TrashTest : public ScratchTest {
 protected:
     TrashTest() {
         static const std::string first = fs::current_path().string();
-        data = first + "-data";
-        trash = data / "Vellox Studio 10" / "Trash";
+        trash = first + "-data/Vellox Studio 10/Trash";
         fs::create_directories(trash);
-        for (const fs::path& folder : {data, trash.parent_path(), trash})
+        for (const fs::path& folder : {Data(), trash.parent_path(), trash})
             fs::permissions(folder, fs::perms::all);
-        ::setenv("XDG_DATA_HOME", data.c_str(), 1);
+        ::setenv("XDG_DATA_HOME", Data().c_str(), 1);
         EXPECT_EQ(GetTrashFolderPath(), Win32(trash));
         CanPutBack(""); // writes what another test left in memory
         WriteFile(trash / ".trash.db", "");
     }
-    ~TrashTest() override { fs::remove_all(data); }
+    ~TrashTest() override { fs::remove_all(Data()); }
 
     static void Trash(const std::string& path) { DeleteFileToRecycleBin(path, true); }
+    fs::path Data() const { return trash.parent_path().parent_path(); }
     std::string InTrash(const std::string& name) const { return Win32(trash) + '\\' + name; }
     // How many entries stand beside the catalogue.
     std::ptrdiff_t Items() const { return std::distance(fs::directory_iterator(trash), {}) - 1; }
 
-    fs::path data;
     fs::path trash;
 };
 
 TEST_F(TrashTest, GivesBackWhatItTookFromAnyVolume) {
-    const std::pair<std::string, std::string> items[] = {
-        // clang-format off
-        {"a.b.wav", "a.b1.wav"}, {"Canci\u00F3n \u00F1.Song", "Canci\u00F3n \u00F11.Song"}, {".cfg", ".cfg1"},
-        {"README", "README1"}, {"to folder", "to folder1"}, {"dangling.", "dangling1."}, {"empty", "empty1"}, {"*", "*1"},
-        // clang-format on
-    };
-    const auto age = [](const fs::path& path) { return fs::file_time_type(-std::chrono::hours(1'500'000 + path.string().size())); };
+    const auto age = [](const fs::path& path) { return fs::file_time_type(std::chrono::hours(-1500000 - path.string().size())); };
     for (const fs::path& place : {At("place"), OtherVolume() / "place"}) {
-        for (const fs::path& folder : {place / "x", place / "y"}) {
-            const fs::path song = folder / items[1].first;
-            for (const fs::path& file : {song / "sub/b", song / "locked", folder / "a.b.wav", folder / ".cfg", folder / "README"})
-                WriteFile(file, file.string());
-            ASSERT_EQ(::mkfifo((song / "fifo").c_str(), 0640), 0);
-            fs::create_symlink("../README", song / "link");
-            fs::create_symlink("README", folder / "*");
-            fs::create_symlink("nowhere", folder / "dangling.");
-            fs::create_directory_symlink(song, folder / "to folder");
-            fs::create_directory(folder / "empty");
-            fs::permissions(song / "sub", fs::perms::owner_all | fs::perms::group_exec);
-            fs::permissions(song / "locked", fs::perms::owner_read);
-            for (const auto& entry : fs::recursive_directory_iterator(folder))
-                if (!entry.is_symlink())
-                    fs::last_write_time(entry, age(entry));
-        }
+        const fs::path song = place / "Canci\u00F3n \u00F1.Song";
+        for (const fs::path& file : {place / "a.wav", song / "sub/b", song / "locked"})
+            WriteFile(file, file.string());
+        fs::create_directory(place / "empty");
+        fs::create_directory_symlink(song, place / "to folder");
+        for (const fs::path& link : {place / "dangling", place / "*", song / "link"})
+            fs::create_symlink("../place/a.wav", link);
+        ASSERT_EQ(::mkfifo((song / "fifo").c_str(), 0640), 0);
+        fs::permissions(song / "sub", fs::perms(0710));
+        fs::permissions(song / "locked", fs::perms(0440));
+        for (const auto& entry : fs::recursive_directory_iterator(place))
+            if (!entry.is_symlink())
+                fs::last_write_time(entry, age(entry));
         const std::string before = Describe(place);
-        for (const auto& [name, numbered] : items) {
-            VELLOX_TRACE_ROW(Win32(place / name));
-            for (const char* folder : {"x", "y"})
-                Trash(Win32(place / folder / name));
-            EXPECT_TRUE(Items() == 2 && !fs::exists(fs::symlink_status(place / "x" / name)));
-            EXPECT_TRUE(PutBack(InTrash(name)) && PutBack(InTrash(numbered)) && !PutBack(InTrash(name)));
+        for (const char* name : {"a.wav", "Canci\u00F3n \u00F1.Song", "empty", "to folder", "dangling", "*"}) {
+            Trash(Win32(place / name));
+            EXPECT_TRUE(Items() == 1 && !fs::exists(fs::symlink_status(place / name))) << name;
+            EXPECT_TRUE(PutBack(InTrash(name)) && !PutBack(InTrash(name))) << name;
         }
         EXPECT_EQ(Describe(place), before);
-        for (const char* folder : {"x", "y"})
-            for (const auto& entry : fs::recursive_directory_iterator(place / folder))
-                EXPECT_TRUE(entry.is_symlink() || entry.last_write_time() == age(entry)) << entry.path();
+        for (const auto& entry : fs::recursive_directory_iterator(place))
+            EXPECT_TRUE(entry.is_symlink() || entry.last_write_time() == age(entry)) << entry.path();
     }
 }
 
-TEST_F(TrashTest, TakesTheNameFromAnySpelling) {
-    const std::string rows[][3] = {
+TEST_F(TrashTest, NumbersNamesOfAnySpelling) {
+    const std::string rows[][4] = {
         // clang-format off
-        {"Song.d\\\\", "Song.d/a", "Song.d"}, {"sub/b.wav", "sub/b.wav", "b.wav"}, {"C:c.wav", "c.wav", "c.wav"},
-        {".\\d ", "d ", "d "}, {"caf\xE9.wav", "caf\xE9.wav", "caf\xE9.wav"}, {In("./f/../g"), "g", "g"},
+        {In("a.b.wav"), "a.b.wav", "a.b.wav", "a.b1.wav"}, {In(".cfg"), ".cfg", ".cfg", ".cfg1"},
+        {In("sub/README"), "sub/README", "README", "README1"}, {"My.Song\\\\", "My.Song", "My.Song", "My1.Song"},
+        {"sub/b.wav", "sub/b.wav", "b.wav", "b1.wav"}, {"C:c.wav", "c.wav", "c.wav", "c1.wav"}, {".\\d ", "d ", "d ", "d 1"},
+        {"caf\xE9.wav", "caf\xE9.wav", "caf\xE9.wav", "caf\xE9" "1.wav"}, {In("f/../g.1."), "g.1.", "g.1.", "g.11."},
         // clang-format on
     };
-    for (const auto& [path, file, name] : rows) {
+    for (const auto& [path, item, name, numbered] : rows) {
         VELLOX_TRACE_ROW(path);
+        const fs::path file = path.back() == '\\' ? At(item) / "a" : At(item);
         for (const char* content : {"first", "second"}) {
-            WriteFile(At(file), content);
+            WriteFile(file, content);
             Trash(path);
         }
-        EXPECT_TRUE(Items() == 2 && PutBack(InTrash(name)) && ReadFile(At(file)) == "first");
-        fs::remove_all(At(file).parent_path() / ...);
+        EXPECT_TRUE(Items() == 2 && PutBack(InTrash(numbered)) && ReadFile(file) == "second");
+        fs::remove_all(At(item));
+        EXPECT_TRUE(PutBack(InTrash(name)) && ReadFile(file) == "first");
     }
     const std::string before = Describe(fs::current_path());
-    for (const char* path : {"", ".", "..", "C:", R"(C:\)", R"(\)", "/", "C:..", R"(\\srv\share)", "//srv/share/", R"(\\srv)", R"(a\..)"})
+    for (const char* path : {"", ".", "..", "C:", "C:\\", "\\", "/", "C:..", R"(\\srv\share)", "//srv/share/", R"(\\srv)", R"(a\..)"})
         Trash(path);
     EXPECT_EQ(Describe(fs::current_path()), before);
     EXPECT_EQ(fs::file_size(trash / ".trash.db"), 8U);
 }
+
+TEST_F(TrashTest, RemembersEveryItem) {
+    WriteFile(At("x/a"), "a");
+    WriteFile(At("b"), "b");
+    Trash(In("x/a"));
+    const std::string catalogue = ReadFile(trash / ".trash.db");
+    for (const char* name : {"b", "none"})
+        DeleteFileToRecycleBin(In(name), false);
+    EXPECT_EQ(ReadFile(trash / ".trash.db"), catalogue);
+    fs::create_directory_symlink(Data(), At("link"));
+    for (const fs::path& folder : {trash, trash.parent_path(), Data(), At("link/Vellox Studio 10/Trash")})
+        Trash(Win32(folder));
+    Trash(InTrash("a"));
+    Trash(InTrash(".trash.db"));
+    for (const char* name : {"a", "a1", "b", "none", ".trash1.db"})
+        EXPECT_TRUE(CanPutBack(InTrash(name))) << name;
+    for (const std::string& path : {InTrash("B"), Win32(trash) + "/b", InTrash("..\\Trash\\b")})
+        EXPECT_TRUE(!CanPutBack(path) && !PutBack(path)) << path;
+    EXPECT_TRUE(Items() == 3 && PutBack(InTrash("none")) && PutBack(InTrash("a1")) && !PutBack(InTrash("a1")));
+    fs::remove(At("x"));
+    EXPECT_TRUE(PutBack(InTrash("a")) && !CanPutBack(InTrash("a")) && !fs::exists(At("x")));
+    EXPECT_EQ(ReadFile(trash / "a"), "a");
+}
+
+TEST_F(TrashTest, TouchesNothingAtATakenPlace) {
+    WriteFile(At("file"), "old");
+    fs::create_directory(At("folder"));
+    fs::create_symlink("nowhere", At("link"));
+    for (const fs::path& item : {At("place/a"), OtherVolume() / "place/a"})
+        for (const fs::path& content : {item, item / "b"})
+            for (const char* occupant : {"file", "folder", "link"}) {
+                VELLOX_TRACE_ROW(Win32(content) + " " + occupant);
+                WriteFile(content, "new");
+                Trash(Win32(item));
+                fs::copy(At(occupant), item, fs::copy_options::copy_symlinks | fs::copy_options::recursive);
+                const std::string before = Describe(item.parent_path());
+                EXPECT_TRUE(!PutBack(InTrash("a")) && CanPutBack(InTrash("a")));
+                EXPECT_EQ(Describe(item.parent_path()), before);
+                fs::remove(item);
+                EXPECT_TRUE(PutBack(InTrash("a")) && ReadFile(content) == "new");
+                fs::remove_all(item);
+            }
+}
+
+TEST_F(TrashTest, LeavesTheSourceWholeWithoutAWholeCopy) {
+    const fs::path place = OtherVolume();
+    for (const char* file : {"song/big", "song/sub/a", "caf\xE9/a", "caf\u00E9/a", "caf\uFFFD/a", "shut/a", "shut/b"})
+        WriteFile(place / file, std::string(20000, *file));
+    WriteFile(trash / "caf\u00E9/a", "of the same name");
+    fs::permissions(place / "shut", fs::perms::all);
+    fs::permissions(place / "shut/b", fs::perms::none);
+    const std::string before = Describe(Data()) + Describe(place);
+    {
+        const AsOrdinaryUser user;
+        DeleteFileToRecycleBin(Win32(place / "shut"), false);
+    }
+    const struct rlimit full = {8192, RLIM_INFINITY};
+    struct rlimit limit;
+    ::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::prlimit(0, RLIMIT_FSIZE, &full, &limit), 0);
+    for (const char* name : {"song", "song/big", "caf\xE9", "caf\xE9/a"})
+        DeleteFileToRecycleBin(Win32(place / name), false);
+    ::prlimit(0, RLIMIT_FSIZE, &limit, nullptr);
+    EXPECT_EQ(Describe(Data()) + Describe(place), before);
+}
+
+TEST_F(TrashTest, MovesWithoutItsCatalogueAndFolders) {
+    ASSERT_EQ(::mkfifo(At("fifo").c_str(), 0666), 0);
+    fs::create_directory(At("folder"));
+    fs::create_symlink("nowhere", At("link"));
+    ::alarm(100);
+    for (const char* kind : {"fifo", "folder", "link"}) {
+        fs::remove(trash / ".trash.db");
+        fs::rename(At(kind), trash / ".trash.db");
+        WriteFile(At("a"), kind);
+        Trash(In("a"));
+        EXPECT_TRUE(CanPutBack(InTrash("a")) && !fs::exists(At("a"))) << kind;
+        fs::remove(trash / ".trash.db");
+        EXPECT_TRUE(PutBack(InTrash("a")) && ReadFile(At("a")) == kind) << kind;
+    }
+    ::alarm(0);
+    fs::remove_all(trash.parent_path());
+    Trash(In("a"));
+    EXPECT_TRUE(fs::exists(At("a")) && fs::is_empty(Data()));
+    fs::create_directory(trash.parent_path());
+    EXPECT_TRUE(!CanPutBack("none") && fs::is_empty(trash.parent_path()));
+    Trash(In("a"));
+    EXPECT_TRUE(fs::exists(trash / "a") && PutBack(InTrash("a")) && fs::exists(At("a")));
+}
+
+} // namespace
+} // namespace Vellox::FileNames

@@ -11,20 +11,21 @@ using namespace Vellox::Posix;
 
 namespace {
 
-constexpr std::string_view allEntries = "/*";
-
 std::string WithoutTrailingSeparators(std::string_view path) {
     while (path.size() > 1 && path.back() == '/')
         path.remove_suffix(1);
     return std::string(path);
 }
 
+// Only the contents of a folder are ever copied.
 bool Copy(const PosixPath& from, const PosixPath& to) {
-    const std::string_view source = from.View();
-    if (source != "*" && (source.size() < 2 || source.substr(source.size() - 2) != allEntries))
-        return CopySingleEntry(WithoutTrailingSeparators(source), WithoutTrailingSeparators(to.View()));
-    const std::string folder = source == "*" ? "." : std::string(source.substr(0, source.size() - 1));
-    return CopyTreeContents(folder, WithoutTrailingSeparators(to.View()));
+    std::string_view source = from.View();
+    if (source.back() != '*')
+        return Fail(ERROR_NOT_SUPPORTED);
+    source.remove_suffix(1);
+    if (!source.empty() && source.back() != '/')
+        return Fail(ERROR_NOT_SUPPORTED);
+    return CopyTreeContents(source.empty() ? "." : std::string(source), WithoutTrailingSeparators(to.View()));
 }
 
 bool Run(const SHFILEOPSTRUCTW& operation) {

@@ -15,9 +15,6 @@ inline constexpr int deepestTree = 1000;
 // failure with what can be copied.
 bool CopyTreeContents(const std::string& source, const std::string& destination);
 
-// Copies one entry of any kind but a folder under a name that is free.
-bool CopySingleEntry(const std::string& source, const std::string& destination);
-
 // Deletes an entry of any kind, a folder with its contents. Goes on after a failure with what can be deleted.
 bool DeleteTree(const std::string& path);
 

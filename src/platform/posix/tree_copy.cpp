@@ -11,6 +11,7 @@
 #include "platform/posix/identity.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/tree.h"
+#include "platform/win32.h"
 
 namespace Vellox::Posix {
 namespace {
@@ -145,18 +146,18 @@ bool CopyTreeContents(const std::string& source, const std::string& destination)
     return whole;
 }
 
-bool CopySingleEntry(const std::string& source, const std::string& destination) {
-    Place from;
-    Place to;
-    if (!SplitLastComponent(source, from) || !SplitLastComponent(destination, to))
-        return Fail(ERROR_ACCESS_DENIED);
-    const Descriptor fromFolder(::open(from.folder.c_str(), placeFlags));
-    const Descriptor toFolder(::open(to.folder.c_str(), placeFlags));
-    const Entry entry = {fromFolder.Get(), from.name.c_str()};
-    struct stat status;
-    if (!fromFolder || !toFolder || ::fstatat(entry.folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return FailFromErrno();
-    return CopyAnyButFolder(entry, status, {toFolder.Get(), to.name.c_str()}, Existing::Refuse);
-}
-
 } // namespace Vellox::Posix
+
+bool Vellox::Platform::CopyLink(const WCHAR* link, const WCHAR* newLink) {
+    const Posix::PosixPath from(link);
+    const Posix::PosixPath to(newLink);
+    Posix::Place place;
+    if (!from.IsValid() || !to.IsValid() || !Posix::SplitLastComponent(to.View(), place))
+        return false;
+    const Posix::Descriptor folder(::open(place.folder.c_str(), Posix::placeFlags));
+    struct stat status;
+    if (!folder || ::lstat(from.Text(), &status) != 0)
+        return Posix::FailFromErrno();
+    return Posix::CopyLink({AT_FDCWD, from.Text()}, status, {folder.Get(), place.name.c_str()},
+                           Posix::Existing::Refuse);
+}

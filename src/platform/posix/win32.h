@@ -221,7 +221,7 @@ struct SHFILEOPSTRUCTW {
 static_assert(sizeof(SHFILEOPSTRUCTW) == 56);
 
 // One path in each list. FO_COPY takes `folder\*`, the contents of a folder, into a folder that it makes if it is
-// missing, or a single entry under the new name pTo, which must be free. FO_DELETE takes its path literally.
+// missing. FO_DELETE takes its path literally.
 int SHFileOperationW(SHFILEOPSTRUCTW* operation);
 
 // CSIDL_APPDATA only. The buffer holds 1040 bytes here, as a path can be longer than MAX_PATH.

@@ -120,7 +120,8 @@ bool ReadEntries(const Text& folder, std::vector<Entry>& entries) {
     } while (::FindNextFileW(search, &match) != FALSE);
     const bool isWhole = ::GetLastError() == ERROR_NO_MORE_FILES;
     ::FindClose(search);
-    std::sort(entries.begin(), entries.end(), [](const Entry& one, const Entry& other) { return one.name < other.name; });
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry& one, const Entry& other) { return one.name < other.name; });
     return isWhole;
 }
 
@@ -165,6 +166,11 @@ int RunShellOperation(SHFILEOPSTRUCTW& operation) {
     operation.pFrom = from.c_str();
     operation.pTo = operation.pTo != nullptr ? to.c_str() : nullptr;
     return ::SHFileOperationW(&operation);
+}
+
+bool CopyLink(const WCHAR* link, const WCHAR* newLink) {
+    constexpr DWORD flags = COPY_FILE_COPY_SYMLINK | COPY_FILE_FAIL_IF_EXISTS;
+    return ::CopyFileExW(link, newLink, nullptr, nullptr, nullptr, flags) != FALSE;
 }
 
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
