@@ -31,21 +31,18 @@ protected:
 };
 
 TEST_F(TemporaryNamesTest, MakesAnEmptyFileOfTheSystemsForm) {
-    const struct {
-        const char* prefix;
-        const char* name;
-    } rows[] = {{"vocal", "voc[0-9A-F]+\\.TMP"},
-                {"v", "v[0-9A-F]+\\.TMP"},
-                {"", "[0-9A-F]+\\.TMP"},
-                {"\xC3\xA9t\xC3\xA9s", "\xC3\xA9t\xC3\xA9[0-9A-F]+\\.TMP"}};
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row.prefix);
-        const std::string name = NameOf(GetTempFilename(row.prefix));
-        EXPECT_TRUE(std::regex_match(name, std::regex(row.name))) << name;
+    const char* const rows[][2] = {{"vocal", "voc[0-9A-F]+\\.TMP"},
+                                   {"v", "v[0-9A-F]+\\.TMP"},
+                                   {"", "[0-9A-F]+\\.TMP"},
+                                   {"\xC3\xA9t\xC3\xA9s", "\xC3\xA9t\xC3\xA9[0-9A-F]+\\.TMP"}};
+    for (const auto& [prefix, form] : rows) {
+        VELLOX_TRACE_ROW(prefix);
+        const std::string name = NameOf(GetTempFilename(prefix));
+        EXPECT_TRUE(std::regex_match(name, std::regex(form))) << name;
         EXPECT_EQ(ReadFile(At("tmp") / name), "");
-        const WideString wide = GetTempFilename(Utf8ToWide(row.prefix));
+        const WideString wide = GetTempFilename(Utf8ToWide(prefix));
         const std::string wideName = NameOf(WideToUtf8(wide.c_str()));
-        EXPECT_TRUE(std::regex_match(wideName, std::regex(row.name))) << wideName;
+        EXPECT_TRUE(std::regex_match(wideName, std::regex(form))) << wideName;
         EXPECT_TRUE(fs::is_regular_file(At("tmp") / wideName));
     }
 }

@@ -9,9 +9,7 @@ namespace {
 
 using namespace Vellox::Testing;
 
-class FrameTest : public ScratchTest {};
-
-TEST_F(FrameTest, KeepsTheValuesOfTheHost) {
+TEST(ProcessValues, AreTheHostsOwn) {
     EXPECT_TRUE(GetUIScaleFactor() == 1.0F && GetPlatform() == "windows" && GetPlatformType() == "desktop");
     SetUIScaleFactor(NAN);
     EXPECT_TRUE(std::isnan(GetUIScaleFactor()));
@@ -20,16 +18,17 @@ TEST_F(FrameTest, KeepsTheValuesOfTheHost) {
     VelloxCrashlyticsLog(nullptr);
 }
 
+class HomeFolderTest : public ScratchTest {};
+
 // The answer stays for the life of a process, so the test asks in one of its own.
-TEST_F(FrameTest, AsksForTheHomeFolderUntilItIsKnown) {
+TEST_F(HomeFolderTest, IsAskedForUntilItIsKnown) {
     const auto ask = [](const std::string& data, const std::string& home) {
         ::setenv("XDG_DATA_HOME", data.c_str(), 1);
         ::setenv("HOME", home.c_str(), 1);
         return GetProgramFolderUserDocuments();
     };
     const auto body = [&] {
-        EXPECT_EQ(ask("/proc/none", At("home").string()), "");
-        EXPECT_EQ(ask("data", "/proc/none"), "");
+        EXPECT_EQ(ask("/proc/none", At("home").string()) + ask("data", "/proc/none"), "");
         for (const std::string& data : {std::string("data"), At("moved").string()})
             EXPECT_EQ(ask(data, At("home").string()), In(R"(home\.local\share\Vellox Studio 10)"));
         EXPECT_EQ(Describe(fs::current_path()), "home 2 700\nhome/.local 2 700\nhome/.local/share 2 700\n");

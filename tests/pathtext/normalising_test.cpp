@@ -23,28 +23,19 @@ protected:
 
 TEST_F(NormalFormTest, NormalizePath) {
     const std::string long1039 = "C:\\" + std::string(1036, 'a');
-    const struct {
-        std::string path;
-        std::string normal;
-    } rows[] = {
+    const std::string rows[][2] = {
         // clang-format off
         {"C:/a/./b/../c.wav", R"(C:\a\c.wav)"}, {R"(rel\x.wav)", R"(C:\cur\rel\x.wav)"}, {R"(C:\a\)", R"(C:\a\)"},
         {R"(C:\No\Such\File.WAV)", R"(C:\No\Such\File.WAV)"}, {"", ""}, {long1039, long1039}, {long1039 + "a", ""},
         {long1039 + R"(\..\b)", R"(C:\b)"},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row.path);
-        EXPECT_EQ(NormalizePath(row.path), WithCurrent(row.normal));
-    }
+    for (const auto& [path, normal] : rows)
+        EXPECT_EQ(NormalizePath(path), WithCurrent(normal)) << path;
 }
 
 TEST_F(NormalFormTest, GetAbsolutePath) {
-    const struct {
-        const char* path;
-        const char* base;
-        const char* absolute;
-    } rows[] = {
+    const char* const rows[][3] = {
         // clang-format off
         {R"(C:\a\..\b.wav)", R"(D:\x)", R"(C:\b.wav)"}, {"b.wav", R"(C:\a)", R"(C:\a\b.wav)"},
         {"b.wav", R"(C:\a\)", R"(C:\a\b.wav)"}, {R"(..\b.wav)", R"(C:\a\c)", R"(C:\a\b.wav)"},
@@ -54,10 +45,9 @@ TEST_F(NormalFormTest, GetAbsolutePath) {
         {"C:b.wav", R"(D:\a)", R"(C:\cur\b.wav)"},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(std::string(row.path) + ", " + (row.base != nullptr ? row.base : "null"));
-        EXPECT_EQ(GetAbsolutePath(row.path, row.base), WithCurrent(row.absolute));
-    }
+    for (const auto& [path, base, absolute] : rows)
+        EXPECT_EQ(GetAbsolutePath(path, base), WithCurrent(absolute))
+            << path << " " << (base != nullptr ? base : "null");
 }
 
 TEST(NormalizePathCase, FoldsAsciiOnly) {
@@ -67,12 +57,8 @@ TEST(NormalizePathCase, FoldsAsciiOnly) {
 }
 
 TEST(NormalizedPaths, CompareAndLieBelow) {
-    const struct {
-        const char* first;
-        const char* second;
-        bool areEqual;
-        bool isBelow;
-    } rows[] = {
+    // Whether the two are equal, and whether the first lies below the second.
+    const std::tuple<const char*, const char*, bool, bool> rows[] = {
         // clang-format off
         {R"(C:\A\b.wav)", R"(c:\a\B.WAV)", true, false}, {R"(C:\a)", R"(C:\a\)", false, false},
         {"C:/a", R"(C:\a)", false, false}, {R"(C:\a\..\b)", R"(C:\b)", false, false}, {"", "", true, true},
@@ -83,10 +69,9 @@ TEST(NormalizedPaths, CompareAndLieBelow) {
         {"anything", "", false, true}, {"", R"(C:\Songs)", false, false},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(std::string(row.first) + ", " + row.second);
-        EXPECT_EQ(CompareNormalizedPaths(row.first, row.second), row.areEqual);
-        EXPECT_EQ(IsPathBelow(row.first, row.second), row.isBelow);
+    for (const auto& [first, second, areEqual, isBelow] : rows) {
+        EXPECT_EQ(CompareNormalizedPaths(first, second), areEqual) << first << " " << second;
+        EXPECT_EQ(IsPathBelow(first, second), isBelow) << first << " " << second;
     }
 }
 
@@ -98,20 +83,14 @@ TEST(ConvertPathToLocalSystem, TurnsSlashes) {
         {"//srv/x", R"(C:\\srv\x)"}, {R"(\x/a.wav)", R"(\x\a.wav)"}, {"", ""},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row[0]);
-        EXPECT_EQ(ConvertPathToLocalSystem(row[0]), row[1]);
-    }
+    for (const auto& [path, local] : rows)
+        EXPECT_EQ(ConvertPathToLocalSystem(path), local);
 }
 
 TEST_F(NormalFormTest, GetPathRelativeToOtherFile) {
-    const char* const unchanged = "unchanged";
+    const std::string unchanged = "unchanged";
     const std::string longFolder = R"(C:\)" + std::string(254, 'f') + '\\';
-    const struct {
-        std::string otherFile;
-        std::string path;
-        std::string relative;
-    } rows[] = {
+    const std::string rows[][3] = {
         // clang-format off
         {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Audio\take1.wav)", R"(..\Audio\take1.wav)"},
         {R"(C:\Songs\Demo\song.sng)", R"(C:\Songs\Demo\take1.wav)", "take1.wav"},
@@ -135,11 +114,11 @@ TEST_F(NormalFormTest, GetPathRelativeToOtherFile) {
         {longFolder + "s.sng", R"(C:\t.wav)", unchanged}, {R"(C:\s.sng)", std::string(2000, 'a'), unchanged},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row.otherFile + ", " + row.path);
+    for (const auto& [otherFile, path, relative] : rows) {
+        VELLOX_TRACE_ROW(otherFile + ", " + path);
         std::string result = unchanged;
-        EXPECT_EQ(GetPathRelativeToOtherFile(result, row.otherFile, row.path), row.relative == unchanged ? 0 : 1);
-        EXPECT_EQ(result, row.relative);
+        EXPECT_EQ(GetPathRelativeToOtherFile(result, otherFile, path), relative == unchanged ? 0 : 1);
+        EXPECT_EQ(result, relative);
     }
     std::string path = R"(C:\Songs\Audio\take1.wav)";
     EXPECT_EQ(GetPathRelativeToOtherFile(path, R"(C:\Songs\song.sng)", path), 1);
@@ -147,19 +126,16 @@ TEST_F(NormalFormTest, GetPathRelativeToOtherFile) {
 }
 
 TEST(ComponentReader, HandsOutComponents) {
-    const struct {
-        const char* path;
-        std::string components; // each with a bar behind it
-    } rows[] = {
+    // Each component with a bar behind it.
+    const std::string rows[][2] = {
         {"", ""}, {R"(\a\b)", "a|b|"}, {R"(a\b\)", "a|b|"}, {R"(a\\b)", "a||b|"}, {R"(\\srv/share)", "|srv|share|"}};
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row.path);
-        ComponentReader reader(row.path);
+    for (const auto& [path, expected] : rows) {
+        ComponentReader reader(path);
         std::string_view component;
         std::string components;
         while (reader.Next(component))
             components.append(component).append("|");
-        EXPECT_EQ(components, row.components);
+        EXPECT_EQ(components, expected) << path;
     }
 }
 

@@ -19,9 +19,7 @@ protected:
     CopyTest() { ::setenv("XDG_DATA_HOME", At("data").c_str(), 1); }
     ~CopyTest() override { ::unsetenv("XDG_DATA_HOME"); }
 
-    static void Shell(const std::string& commands) {
-        ASSERT_EQ(std::system(("umask 022; set -e; " + commands).c_str()), 0);
-    }
+    static void Shell(const std::string& text) { ASSERT_EQ(std::system(("umask 022; set -e; " + text).c_str()), 0); }
     static auto Entries(const fs::path& folder) { return std::distance(fs::directory_iterator(folder), {}); }
 };
 
@@ -56,6 +54,7 @@ TEST_F(CopyTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
     ::setrlimit(RLIMIT_FSIZE, &old);
     ::signal(SIGXFSZ, SIG_DFL);
     ::CloseHandle(held);
+    EXPECT_FALSE(CopyFileA("a", "marked", false, nullptr)) << "nor by a user whom rights do not bind";
     EXPECT_TRUE(Describe(".") == before);
 }
 

@@ -47,10 +47,7 @@ bool HasChildren() {
 }
 
 TEST(CommandLine, IsSplitAsAWindowsProgramWould) {
-    const struct {
-        const char* line;
-        Words words;
-    } rows[] = {
+    const std::pair<const char*, Words> rows[] = {
         // clang-format off
         {"", {}}, {"app.exe -x 1", {"app.exe", "-x", "1"}}, {" \tapp.exe\t -x ", {"app.exe", "-x"}},
         {R"("C:\My Apps\app.exe" My Song.sng)", {R"(C:\My Apps\app.exe)", "My", "Song.sng"}},
@@ -61,10 +58,8 @@ TEST(CommandLine, IsSplitAsAWindowsProgramWould) {
         {R"(a "" "b""c" "open end)", {"a", "", R"(b"c)", "open end"}},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row.line);
-        EXPECT_EQ(Posix::SplitCommandLine(row.line), row.words);
-    }
+    for (const auto& [line, words] : rows)
+        EXPECT_EQ(Posix::SplitCommandLine(line), words) << line;
 }
 
 TEST_F(ProcessesTest, RefusesWhatIsNoProgram) {

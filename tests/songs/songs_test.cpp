@@ -8,10 +8,7 @@ namespace {
 using namespace Vellox::Testing;
 
 TEST(IsSongFile, JudgesTheTailOfTheText) {
-    const struct {
-        const char* path;
-        bool isSong;
-    } rows[] = {
+    const std::pair<const char*, bool> rows[] = {
         // clang-format off
         {"", false}, {"sng", false}, {".sng", true}, {"take1.sng", true}, {"take1.SnG", true}, {"take1.sgw", true},
         {"take1.sngw", true}, {"notes.TXT", true}, {"cut.edl", true}, {"mix.aaf", true}, {"mix.omf", true},
@@ -19,10 +16,8 @@ TEST(IsSongFile, JudgesTheTailOfTheText) {
         {R"(C:\x.sng\)", false}, {R"(C:\Songs\.sng)", true}, {"takeXsng", false},
         // clang-format on
     };
-    for (const auto& row : rows) {
-        VELLOX_TRACE_ROW(row.path);
-        EXPECT_EQ(IsSongFile(row.path), row.isSong);
-    }
+    for (const auto& [path, isSong] : rows)
+        EXPECT_EQ(IsSongFile(path), isSong) << path;
     EXPECT_TRUE(IsSongFile(std::string("a.sng\0.bak", 10)));
 }
 

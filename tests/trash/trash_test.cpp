@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <optional>
 
 #include "support/scratch.h"
 
@@ -20,40 +21,37 @@ protected:
         static const std::string first = fs::current_path().string();
         trash = first + "-data/Vellox Studio 10/Trash";
         fs::create_directories(trash);
-        for (const fs::path& folder : {Data(), trash.parent_path(), trash})
-            fs::permissions(folder, fs::perms::all);
         ::setenv("XDG_DATA_HOME", Data().c_str(), 1);
         EXPECT_EQ(GetTrashFolderPath(), Win32(trash));
         CanPutBack(""); // writes what another test left in memory
         WriteFile(trash / ".trash.db", "");
     }
     ~TrashTest() override { fs::remove_all(Data()); }
-
     static void Trash(const std::string& path) { DeleteFileToRecycleBin(path, true); }
     fs::path Data() const { return trash.parent_path().parent_path(); }
     std::string InTrash(const std::string& name) const { return Win32(trash) + '\\' + name; }
     // How many entries stand beside the catalogue.
     std::ptrdiff_t Items() const { return std::distance(fs::directory_iterator(trash), {}) - 1; }
-
     fs::path trash;
 };
 
 TEST_F(TrashTest, GivesBackWhatItTookFromAnyVolume) {
-    const auto age = [](const fs::path& path) { return fs::file_time_type(std::chrono::hours(-1500000 - path.string().size())); };
+    const fs::file_time_type old(std::chrono::hours(-1'500'000));
     for (const fs::path& place : {At("place"), OtherVolume() / "place"}) {
         const fs::path song = place / "Canci\u00F3n \u00F1.Song";
-        for (const fs::path& file : {place / "a.wav", song / "sub/b", song / "locked"})
+        const fs::path entries[] = {place / "a.wav", song / "sub/b", song / "sub", song};
+        for (const fs::path& file : {entries[0], entries[1], song / "locked"})
             WriteFile(file, file.string());
         fs::create_directory(place / "empty");
         fs::create_directory_symlink(song, place / "to folder");
-        for (const fs::path& link : {place / "dangling", place / "*", song / "link"})
-            fs::create_symlink("../place/a.wav", link);
+        fs::create_symlink("nowhere", place / "dangling");
+        for (const fs::path& link : {place / "*", song / "link"})
+            fs::create_symlink("a.wav", link);
         ASSERT_EQ(::mkfifo((song / "fifo").c_str(), 0640), 0);
         fs::permissions(song / "sub", fs::perms(0710));
         fs::permissions(song / "locked", fs::perms(0440));
-        for (const auto& entry : fs::recursive_directory_iterator(place))
-            if (!entry.is_symlink())
-                fs::last_write_time(entry, age(entry));
+        for (const fs::path& entry : entries)
+            fs::last_write_time(entry, old);
         const std::string before = Describe(place);
         for (const char* name : {"a.wav", "Canci\u00F3n \u00F1.Song", "empty", "to folder", "dangling", "*"}) {
             Trash(Win32(place / name));
@@ -61,17 +59,17 @@ TEST_F(TrashTest, GivesBackWhatItTookFromAnyVolume) {
             EXPECT_TRUE(PutBack(InTrash(name)) && !PutBack(InTrash(name))) << name;
         }
         EXPECT_EQ(Describe(place), before);
-        for (const auto& entry : fs::recursive_directory_iterator(place))
-            EXPECT_TRUE(entry.is_symlink() || entry.last_write_time() == age(entry)) << entry.path();
+        for (const fs::path& entry : entries)
+            EXPECT_TRUE(fs::last_write_time(entry) == old) << entry;
     }
 }
 
 TEST_F(TrashTest, NumbersNamesOfAnySpelling) {
     const std::string rows[][4] = {
         // clang-format off
-        {In("a.b.wav"), "a.b.wav", "a.b.wav", "a.b1.wav"}, {In(".cfg"), ".cfg", ".cfg", ".cfg1"},
+        {In("a.b.wav"), "a.b.wav", "a.b.wav", "a.b1.wav"}, {In(".cfg"), ".cfg", ".cfg", ".cfg1"}, {".\\d ", "d ", "d ", "d 1"},
         {In("sub/README"), "sub/README", "README", "README1"}, {"My.Song\\\\", "My.Song", "My.Song", "My1.Song"},
-        {"sub/b.wav", "sub/b.wav", "b.wav", "b1.wav"}, {"C:c.wav", "c.wav", "c.wav", "c1.wav"}, {".\\d ", "d ", "d ", "d 1"},
+        {"sub/b.wav", "sub/b.wav", "b.wav", "b1.wav"}, {"C:c.wav", "c.wav", "c.wav", "c1.wav"},
         {"caf\xE9.wav", "caf\xE9.wav", "caf\xE9.wav", "caf\xE9" "1.wav"}, {In("f/../g.1."), "g.1.", "g.1.", "g.11."},
         // clang-format on
     };
@@ -95,25 +93,21 @@ TEST_F(TrashTest, NumbersNamesOfAnySpelling) {
 
 TEST_F(TrashTest, RemembersEveryItem) {
     WriteFile(At("x/a"), "a");
-    WriteFile(At("b"), "b");
     Trash(In("x/a"));
     const std::string catalogue = ReadFile(trash / ".trash.db");
-    for (const char* name : {"b", "none"})
+    for (const char* name : {"b", "c"})
         DeleteFileToRecycleBin(In(name), false);
     EXPECT_EQ(ReadFile(trash / ".trash.db"), catalogue);
     fs::create_directory_symlink(Data(), At("link"));
-    for (const fs::path& folder : {trash, trash.parent_path(), Data(), At("link/Vellox Studio 10/Trash")})
-        Trash(Win32(folder));
-    Trash(InTrash("a"));
-    Trash(InTrash(".trash.db"));
-    for (const char* name : {"a", "a1", "b", "none", ".trash1.db"})
+    for (const fs::path& path : {trash, trash.parent_path(), At("link/Vellox Studio 10/Trash"), trash / "a", trash / ".trash.db"})
+        Trash(Win32(path));
+    for (const char* name : {"a", "a1", "b", "c", ".trash1.db"})
         EXPECT_TRUE(CanPutBack(InTrash(name))) << name;
     for (const std::string& path : {InTrash("B"), Win32(trash) + "/b", InTrash("..\\Trash\\b")})
         EXPECT_TRUE(!CanPutBack(path) && !PutBack(path)) << path;
-    EXPECT_TRUE(Items() == 3 && PutBack(InTrash("none")) && PutBack(InTrash("a1")) && !PutBack(InTrash("a1")));
+    EXPECT_TRUE(Items() == 2 && PutBack(InTrash("c")) && PutBack(InTrash("a1")) && !PutBack(InTrash("a1")));
     fs::remove(At("x"));
-    EXPECT_TRUE(PutBack(InTrash("a")) && !CanPutBack(InTrash("a")) && !fs::exists(At("x")));
-    EXPECT_EQ(ReadFile(trash / "a"), "a");
+    EXPECT_TRUE(PutBack(InTrash("a")) && !CanPutBack(InTrash("a")) && !fs::exists(At("x")) && ReadFile(trash / "a") == "a");
 }
 
 TEST_F(TrashTest, TouchesNothingAtATakenPlace) {
@@ -123,13 +117,12 @@ TEST_F(TrashTest, TouchesNothingAtATakenPlace) {
     for (const fs::path& item : {At("place/a"), OtherVolume() / "place/a"})
         for (const fs::path& content : {item, item / "b"})
             for (const char* occupant : {"file", "folder", "link"}) {
-                VELLOX_TRACE_ROW(Win32(content) + " " + occupant);
+                VELLOX_TRACE_ROW(content.string() + " " + occupant);
                 WriteFile(content, "new");
                 Trash(Win32(item));
                 fs::copy(At(occupant), item, fs::copy_options::copy_symlinks | fs::copy_options::recursive);
                 const std::string before = Describe(item.parent_path());
-                EXPECT_TRUE(!PutBack(InTrash("a")) && CanPutBack(InTrash("a")));
-                EXPECT_EQ(Describe(item.parent_path()), before);
+                EXPECT_TRUE(!PutBack(InTrash("a")) && CanPutBack(InTrash("a")) && Describe(item.parent_path()) == before);
                 fs::remove(item);
                 EXPECT_TRUE(PutBack(InTrash("a")) && ReadFile(content) == "new");
                 fs::remove_all(item);
@@ -139,15 +132,15 @@ TEST_F(TrashTest, TouchesNothingAtATakenPlace) {
 TEST_F(TrashTest, LeavesTheSourceWholeWithoutAWholeCopy) {
     const fs::path place = OtherVolume();
     for (const char* file : {"song/big", "song/sub/a", "caf\xE9/a", "caf\u00E9/a", "caf\uFFFD/a", "shut/a", "shut/b"})
-        WriteFile(place / file, std::string(20000, *file));
+        WriteFile(place / file, std::string(*file == 's' ? 20000 : 10, *file));
     WriteFile(trash / "caf\u00E9/a", "of the same name");
-    fs::permissions(place / "shut", fs::perms::all);
+    for (const fs::path& folder : {trash, place / "shut"})
+        fs::permissions(folder, fs::perms::all);
     fs::permissions(place / "shut/b", fs::perms::none);
     const std::string before = Describe(Data()) + Describe(place);
-    {
-        const AsOrdinaryUser user;
-        DeleteFileToRecycleBin(Win32(place / "shut"), false);
-    }
+    std::optional<AsOrdinaryUser> user(std::in_place);
+    DeleteFileToRecycleBin(Win32(place / "shut"), false);
+    user.reset();
     const struct rlimit full = {8192, RLIM_INFINITY};
     struct rlimit limit;
     ::signal(SIGXFSZ, SIG_IGN);
