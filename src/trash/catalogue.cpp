@@ -119,9 +119,16 @@ void TrashCatalogue::Load(std::string newFolder) {
     try {
         OpenFile file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
         BufferedReader reader(file.Get());
-        fileCouldNotBeRead = false;
-        ReadRecords(reader);
+        ReadRecordsBeforeDamage(reader);
         fileCouldNotBeRead = reader.Failed();
+    } catch (const VelloxException&) {
+        // The file is there and did not open.
+    }
+}
+
+void TrashCatalogue::ReadRecordsBeforeDamage(BufferedReader& reader) {
+    try {
+        ReadRecords(reader);
     } catch (const VelloxException&) {
         // What could be read stays, and the next save repairs the file.
     }

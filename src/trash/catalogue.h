@@ -55,6 +55,7 @@ public:
     void Remove(const std::string& trashPath);
 
 private:
+    void ReadRecordsBeforeDamage(QuirnFiles::BufferedReader& reader);
     void ReadRecords(QuirnFiles::BufferedReader& reader);
     void WriteTo(const std::string& path);
 

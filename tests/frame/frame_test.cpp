@@ -14,8 +14,6 @@ TEST(ProcessValues, AreTheHostsOwn) {
     SetUIScaleFactor(NAN);
     EXPECT_TRUE(std::isnan(GetUIScaleFactor()));
     SetUIScaleFactor(1.0F);
-    SendCrashlyticsNonFatal(nullptr, -1);
-    VelloxCrashlyticsLog(nullptr);
 }
 
 class HomeFolderTest : public ScratchTest {};

@@ -14,15 +14,16 @@ using namespace std::string_literals;
 
 class CatalogueTest : public ScratchTest {
 protected:
-    static std::string Number(std::int64_t value, int size) {
-        return size == 0 ? "" : static_cast<char>(value) + Number(value >> 8, size - 1);
+    // Numbers stand in the file as they do in memory.
+    template <typename T> static std::string Bytes(T value) {
+        return {reinterpret_cast<const char*>(&value), sizeof value};
     }
-    static std::string Text(const std::string& text) { return Number(std::ssize(text) + 1, 4) + text + '\0'; }
+    static std::string Text(const std::string& text) { return Bytes(static_cast<int>(text.size()) + 1) + text + '\0'; }
     static std::string Record(const std::string& key, std::int64_t time, const std::string& place) {
-        return Text(key) + Number(time, 8) + Text(place);
+        return Text(key) + Bytes(time) + Text(place);
     }
     static std::string File(int version, int count, const std::string& records) {
-        return Number(version, 4) + Number(count, 4) + records;
+        return Bytes(version) + Bytes(count) + records;
     }
     std::string Saved() {
         catalogue.Save();
@@ -48,7 +49,7 @@ TEST_F(CatalogueTest, KeepsItsFormatToTheByte) {
         "\2\0\0\0\1\0\0\0\x0F\0\0\0T:\\Trash\\a.wav\0\x78\x56\x34\x12\x6F\x5A\xDC\1\t\0\0\0D:\\a.wav\0"s;
     const std::string first = Record("B", 1, "") + Record("ab", 2, "") + Record("abc", 3, "");
     const std::string last = Record("b", 4, "r") + Record("b\x7F", 5, "") + Record("\x80", 6, "");
-    const std::string old = Text("k") + Number(5, 8);
+    const std::string old = Text("k") + Bytes(std::int64_t{5});
     const std::string upgraded = File(2, 1, Record("k", 5, ""));
     const std::string empty = "\2\0\0\0\0\0\0\0"s;
     const std::string rows[][2] = {
@@ -58,8 +59,8 @@ TEST_F(CatalogueTest, KeepsItsFormatToTheByte) {
         {File(-9, 1, old), upgraded}, {File(2, 0, one), empty}, {File(2, INT_MIN, one), empty},
         {File(2, 1, one + two), File(2, 1, one)}, {File(2, INT_MAX, one + two), File(2, 2, one + two)},
         {File(2, 3, one + two + Record("1", 4, "x")), File(2, 2, Record("1", 4, "x") + two)},
-        {File(2, 2, Number(5, 4) + "ab\0cd"s + Number(9, 8) + Number(3, 4) + "xyz" + one), File(2, 2, one + Record("ab", 9, "xyz"))},
-        {File(2, 2, Number(0, 4) + Number(8, 8) + Number(-7, 4) + one), File(2, 2, Record("", 8, "") + one)},
+        {File(2, 2, Bytes(5) + "ab\0cd"s + Bytes(std::int64_t{9}) + Bytes(3) + "xyz" + one), File(2, 2, one + Record("ab", 9, "xyz"))},
+        {File(2, 2, Bytes(0) + Bytes(std::int64_t{8}) + Bytes(-7) + one), File(2, 2, Record("", 8, "") + one)},
         // clang-format on
     };
     for (const auto& [content, repaired] : rows)
@@ -68,7 +69,7 @@ TEST_F(CatalogueTest, KeepsItsFormatToTheByte) {
         catalogue.Add("k", place);
     // The upper bytes of the time change once in a day.
     const std::int64_t now = (std::time(nullptr) + 11'644'473'600) * 10'000'000;
-    EXPECT_EQ(Saved().substr(19), Number(now, 8).substr(5) + Text("new"));
+    EXPECT_EQ(Saved().substr(19), Bytes(now).substr(5) + Text("new"));
 }
 
 TEST_F(CatalogueTest, KeepsWhatStandsBeforeTheDamage) {
@@ -83,7 +84,7 @@ TEST_F(CatalogueTest, KeepsWhatStandsBeforeTheDamage) {
     for (const std::size_t field : {std::size_t{0}, one.size(), 2 * one.size(), beforePlace, one.size() + beforePlace})
         for (const int size : {INT_MIN, -1, 0, 1, 4, 0x7000, INT_MAX}) {
             const std::string before = all.substr(0, field - field % one.size());
-            const std::string repaired = Repaired(std::string(whole).replace(8 + field, 4, Number(size, 4)));
+            const std::string repaired = Repaired(std::string(whole).replace(8 + field, 4, Bytes(size)));
             EXPECT_TRUE(repaired.find(before) != std::string::npos && Repaired(repaired) == repaired)
                 << field << ' ' << size;
         }

@@ -85,7 +85,8 @@ TEST_F(TrashTest, NumbersNamesOfAnySpelling) {
         EXPECT_TRUE(PutBack(InTrash(name)) && ReadFile(file) == "first");
     }
     const std::string before = Describe(fs::current_path());
-    for (const char* path : {"", ".", "..", "C:", "C:\\", "\\", "/", "C:..", R"(\\srv\share)", "//srv/share/", R"(\\srv)", R"(a\..)"})
+    for (const char* path :
+         {"", ".", "..", "C:", "C:\\", "\\", "/", "C:..", R"(\\srv\share)", "//srv/share/", R"(\\srv)", R"(a\..)"})
         Trash(path);
     EXPECT_EQ(Describe(fs::current_path()), before);
     EXPECT_EQ(fs::file_size(trash / ".trash.db"), 8U);
@@ -99,7 +100,8 @@ TEST_F(TrashTest, RemembersEveryItem) {
         DeleteFileToRecycleBin(In(name), false);
     EXPECT_EQ(ReadFile(trash / ".trash.db"), catalogue);
     fs::create_directory_symlink(Data(), At("link"));
-    for (const fs::path& path : {trash, trash.parent_path(), At("link/Vellox Studio 10/Trash"), trash / "a", trash / ".trash.db"})
+    for (const fs::path& path :
+         {trash, trash.parent_path(), At("link/Vellox Studio 10/Trash"), trash / "a", trash / ".trash.db"})
         Trash(Win32(path));
     for (const char* name : {"a", "a1", "b", "c", ".trash1.db"})
         EXPECT_TRUE(CanPutBack(InTrash(name))) << name;
@@ -107,7 +109,8 @@ TEST_F(TrashTest, RemembersEveryItem) {
         EXPECT_TRUE(!CanPutBack(path) && !PutBack(path)) << path;
     EXPECT_TRUE(Items() == 2 && PutBack(InTrash("c")) && PutBack(InTrash("a1")) && !PutBack(InTrash("a1")));
     fs::remove(At("x"));
-    EXPECT_TRUE(PutBack(InTrash("a")) && !CanPutBack(InTrash("a")) && !fs::exists(At("x")) && ReadFile(trash / "a") == "a");
+    EXPECT_TRUE(PutBack(InTrash("a")) && !CanPutBack(InTrash("a")) && !fs::exists(At("x")) &&
+                ReadFile(trash / "a") == "a");
 }
 
 TEST_F(TrashTest, TouchesNothingAtATakenPlace) {
@@ -122,7 +125,8 @@ TEST_F(TrashTest, TouchesNothingAtATakenPlace) {
                 Trash(Win32(item));
                 fs::copy(At(occupant), item, fs::copy_options::copy_symlinks | fs::copy_options::recursive);
                 const std::string before = Describe(item.parent_path());
-                EXPECT_TRUE(!PutBack(InTrash("a")) && CanPutBack(InTrash("a")) && Describe(item.parent_path()) == before);
+                EXPECT_TRUE(!PutBack(InTrash("a")) && CanPutBack(InTrash("a")) &&
+                            Describe(item.parent_path()) == before);
                 fs::remove(item);
                 EXPECT_TRUE(PutBack(InTrash("a")) && ReadFile(content) == "new");
                 fs::remove_all(item);
