@@ -70,15 +70,16 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
         EXPECT_EQ(SetOf(GetFolderFiles(pattern)), expectedFiles) << pattern;
         EXPECT_EQ(SetOf(GetFolderSubfolders(pattern)), folders) << pattern;
         // The cursor gives the same names, from the last to the first, cut at five bytes.
-        std::vector<std::string> names = GetFolderFiles(pattern);
+        const std::vector<std::string> names = GetFolderFiles(pattern);
+        std::size_t left = names.size();
         void* state = this;
-        EXPECT_EQ(GetFolderFiles(pattern, nullptr, 0, &state), names.size());
+        ASSERT_EQ(GetFolderFiles(pattern, nullptr, 0, &state), left);
         std::string name(7, '#');
-        for (int left; (left = GetFolderFiles(nullptr, name.data(), 5, &state)) >= 0; name.assign(7, '#')) {
-            ASSERT_TRUE(left + 1 == std::ssize(names) && name.c_str() == names.back().substr(0, 5) && name[6] == '#');
-            names.pop_back();
+        for (; left > 0; name.assign(7, '#')) {
+            EXPECT_EQ(GetFolderFiles(nullptr, name.data(), 5, &state), --left);
+            EXPECT_TRUE(name.starts_with(names[left].substr(0, 5) + '\0') && name[6] == '#') << name;
         }
-        EXPECT_TRUE(names.empty() && name == "#######") << pattern;
+        EXPECT_TRUE(GetFolderFiles(nullptr, name.data(), 5, &state) == -1 && name == "#######") << pattern;
     }
 }
 
@@ -115,7 +116,7 @@ TEST_F(FileSystemTest, MakesTheMissingLevelsBelowTheFirst) {
         {here + R"(\a/b\x)", true, 1}, {here + R"(\m/n\x)", false, 0}, {here + R"(\f\\file)", true, 2},
         {here + R"(\a.wav)", true, 0}, {here + R"(\a.wav\x\y)", false, 0}, {"C:/x/y", true, 0}, {"", true, 0},
         {R"(p\q)", false, 0}, {R"(a\q)", true, 1}, {R"(\\\)", true, 0}, {R"(Q:\)", true, 0}, {"a.wav", true, 0},
-        {R"(Q:\a)", false, 0}, {R"(\vellox-none)", false, 0}, {R"(\\srv\share)", true, 0}, {R"(\\srv\share\a)", false, 0},
+        {R"(Q:\a)", false, 0}, {R"(\\srv\share)", true, 0}, {R"(\\srv\share\a)", false, 0},
         // clang-format on
     };
     const AsOrdinaryUser user;
@@ -126,8 +127,7 @@ TEST_F(FileSystemTest, MakesTheMissingLevelsBelowTheFirst) {
         EXPECT_EQ(entries() - before, made) << path;
         EXPECT_FALSE(CreateDirectoryA(path)) << path;
     }
-    EXPECT_TRUE(fs::is_directory("a/b/c") && fs::is_directory("d/e") && fs::is_directory("a/b/x"));
-    EXPECT_TRUE(CreateDirectories("\303\251") && CreateDirectoryA("\303\251") && fs::is_directory("\303\251"));
+    EXPECT_TRUE(CreateDirectories("\303\251") && CreateDirectoryA("\303\251") && fs::is_directory(At("\303\251")));
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "vellox/frame.h"
 
-#include <cmath>
-
 #include "support/scratch.h"
 
 namespace Vellox {
@@ -9,27 +7,21 @@ namespace {
 
 using namespace Vellox::Testing;
 
-TEST(ProcessValues, AreTheHostsOwn) {
-    EXPECT_TRUE(GetUIScaleFactor() == 1.0F && GetPlatform() == "windows" && GetPlatformType() == "desktop");
-    SetUIScaleFactor(NAN);
-    EXPECT_TRUE(std::isnan(GetUIScaleFactor()));
-    SetUIScaleFactor(1.0F);
-}
+class FrameTest : public ScratchTest {};
 
-class HomeFolderTest : public ScratchTest {};
-
-// The answer stays for the life of a process, so the test asks in one of its own.
-TEST_F(HomeFolderTest, IsAskedForUntilItIsKnown) {
+// The home folder stays for the life of a process, so the test asks for it in one of its own.
+TEST_F(FrameTest, KnowsItsProcess) {
     const auto ask = [](const std::string& data, const std::string& home) {
-        ::setenv("XDG_DATA_HOME", data.c_str(), 1);
-        ::setenv("HOME", home.c_str(), 1);
+        SetEnvironment("XDG_DATA_HOME", data);
+        SetEnvironment("HOME", home);
         return GetProgramFolderUserDocuments();
     };
     const auto body = [&] {
+        EXPECT_TRUE(GetUIScaleFactor() == 1.0F && GetPlatform() == "windows" && GetPlatformType() == "desktop");
         EXPECT_EQ(ask("/proc/none", At("home").string()) + ask("data", "/proc/none"), "");
         for (const std::string& data : {std::string("data"), At("moved").string()})
             EXPECT_EQ(ask(data, At("home").string()), In(R"(home\.local\share\Vellox Studio 10)"));
-        EXPECT_EQ(Describe(fs::current_path()), "home 2 700\nhome/.local 2 700\nhome/.local/share 2 700\n");
+        EXPECT_EQ(Describe("."), "home 2 700\nhome/.local 2 700\nhome/.local/share 2 700\n");
         fs::remove_all(fs::current_path());
         std::_Exit(HasFailure() ? 1 : 0);
     };

@@ -19,6 +19,7 @@ protected:
     CopyTest() { ::setenv("XDG_DATA_HOME", At("data").c_str(), 1); }
     ~CopyTest() override { ::unsetenv("XDG_DATA_HOME"); }
 
+    // NOLINTNEXTLINE(cert-env33-c)
     static void Shell(const std::string& text) { ASSERT_EQ(std::system(("umask 022; set -e; " + text).c_str()), 0); }
     static auto Entries(const fs::path& folder) { return std::distance(fs::directory_iterator(folder), {}); }
 };
@@ -42,7 +43,7 @@ TEST_F(CopyTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
     struct rlimit old {};
     ::getrlimit(RLIMIT_FSIZE, &old);
     const struct rlimit full { 100000, old.rlim_max };
-    ::signal(SIGXFSZ, SIG_IGN);
+    static_cast<void>(::signal(SIGXFSZ, SIG_IGN));
     ::setrlimit(RLIMIT_FSIZE, &full);
     for (const auto& [source, destination, failIfExists, expected] : rows) {
         const AsOrdinaryUser user;
@@ -52,7 +53,7 @@ TEST_F(CopyTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
         EXPECT_EQ(error, expected) << source << " to " << destination;
     }
     ::setrlimit(RLIMIT_FSIZE, &old);
-    ::signal(SIGXFSZ, SIG_DFL);
+    static_cast<void>(::signal(SIGXFSZ, SIG_DFL));
     ::CloseHandle(held);
     EXPECT_FALSE(CopyFileA("a", "marked", false, nullptr)) << "nor by a user whom rights do not bind";
     EXPECT_TRUE(Describe(".") == before);

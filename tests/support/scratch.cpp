@@ -1,10 +1,6 @@
 #include "support/scratch.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -13,19 +9,19 @@
 namespace Vellox::Testing {
 namespace {
 
-constexpr uid_t ordinaryUser = 65534;
-
-fs::path MakeFolder(const std::string& parent) {
-    std::string pattern = parent + "/vellox-test-XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("no scratch folder in " + parent);
-    ::chmod(pattern.c_str(), 0777);
-    return fs::canonical(pattern);
+fs::path MakeFolder(const fs::path& parent) {
+    static int count = 0;
+    fs::path folder;
+    do
+        folder = parent / ("vellox-test-" + std::to_string(ProcessNumber()) + "-" + std::to_string(++count));
+    while (!fs::create_directory(folder));
+    fs::permissions(folder, fs::perms::all);
+    return fs::canonical(folder);
 }
 
 void RemoveFolder(const fs::path& folder) {
     for (const auto& entry : fs::recursive_directory_iterator(folder, fs::directory_options::skip_permission_denied))
-        if (entry.is_directory() && !entry.is_symlink())
+        if (!entry.is_symlink() && entry.is_directory())
             fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add);
     fs::remove_all(folder);
 }
@@ -48,7 +44,7 @@ std::string DescribeEntry(const fs::path& folder, const fs::path& path) {
 std::string Win32(const fs::path& path) {
     std::string text = path.string();
     std::replace(text.begin(), text.end(), '/', '\\');
-    return path.is_absolute() ? "C:" + text : text;
+    return path.is_absolute() && text[0] == '\\' ? "C:" + text : text;
 }
 
 void WriteFile(const fs::path& path, std::string_view content) {
@@ -74,24 +70,11 @@ std::string Describe(const fs::path& folder) {
     return text;
 }
 
-std::size_t OpenDescriptors() {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
-}
-
-AsOrdinaryUser::AsOrdinaryUser() {
-    if (::geteuid() == 0 && ::seteuid(ordinaryUser) != 0)
-        ADD_FAILURE() << "cannot act as another user";
-}
-
-AsOrdinaryUser::~AsOrdinaryUser() {
-    if (::getuid() == 0 && ::seteuid(0) != 0)
-        ADD_FAILURE() << "cannot act as root again";
-}
-
 ScratchTest::ScratchTest()
-    : folder_(MakeFolder(fs::temp_directory_path().string())), previousFolder_(fs::current_path()),
+    : folder_(MakeFolder(fs::temp_directory_path())), previousFolder_(fs::current_path()),
       descriptorsBefore_(OpenDescriptors()) {
     fs::current_path(folder_);
+    LetOthersIn();
 }
 
 ScratchTest::~ScratchTest() {
@@ -103,11 +86,7 @@ ScratchTest::~ScratchTest() {
 }
 
 fs::path ScratchTest::OtherVolume() {
-    otherFolder_ = MakeFolder("/dev/shm");
-    struct stat here {};
-    struct stat there {};
-    if (::stat(folder_.c_str(), &here) != 0 || ::stat(otherFolder_.c_str(), &there) != 0 || here.st_dev == there.st_dev)
-        throw std::runtime_error("/dev/shm is not another volume");
+    otherFolder_ = MakeFolder(FolderOnOtherVolume());
     return otherFolder_;
 }
 

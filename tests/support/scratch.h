@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/system.h"
+
 namespace Vellox::Testing {
 
 namespace fs = std::filesystem;
@@ -22,16 +24,6 @@ std::string ReadFile(const fs::path& path);
 // Every entry below the folder with its kind, permissions, and content or link target, one line each, in order. Two
 // folders that hold the same give the same text.
 std::string Describe(const fs::path& folder);
-
-// How many descriptors the process has open.
-std::size_t OpenDescriptors();
-
-// Rights do not bind root. Acts as another user, who owns nothing, until it goes; without root there is nothing to do.
-class AsOrdinaryUser {
-public:
-    AsOrdinaryUser();
-    ~AsOrdinaryUser();
-};
 
 // A fresh folder that is removed at the end. It is the current directory while the test runs. A test that leaves open
 // descriptors behind fails.

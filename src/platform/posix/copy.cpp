@@ -27,7 +27,7 @@ bool WriteAll(int file, const char* data, std::size_t count) {
     while (count > 0) {
         const ssize_t written = Retried([&] { return ::write(file, data, count); });
         if (written < 0)
-            return errno == EIO ? Fail(ERROR_WRITE_FAULT) : FailFromErrno();
+            return FailWritingFromErrno();
         data += written;
         count -= static_cast<std::size_t>(written);
     }
@@ -145,7 +145,7 @@ bool TemporaryEntry::Publish(const char* name, Existing existing) {
     const bool published = existing == Existing::Replace ? ::renameat(folder_, name_.c_str(), folder_, name) == 0
                                                          : RenameIntoFreeName(folder_, name_.c_str(), folder_, name);
     if (!published)
-        return errno == EEXIST ? Fail(ERROR_FILE_EXISTS) : FailFromErrno();
+        return errno == EEXIST ? Fail(ERROR_FILE_EXISTS) : FailWritingFromErrno();
     name_.clear();
     return true;
 }
@@ -156,7 +156,7 @@ bool CopyRegularFile(int source, const struct stat& status, int folder, const ch
         return ::openat(place, temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     }));
     if (!copy)
-        return FailFromErrno();
+        return FailWritingFromErrno();
     if (!CopyContents(source, copy.Get()))
         return false;
     KeepFileAttributes(copy.Get(), status);

@@ -54,4 +54,8 @@ bool FailFromErrno() {
     return Fail(ErrorFromErrno(errno));
 }
 
+bool FailWritingFromErrno() {
+    return errno == EIO ? Fail(ERROR_WRITE_FAULT) : FailFromErrno();
+}
+
 } // namespace Vellox::Posix

@@ -13,6 +13,9 @@ DWORD ErrorFromErrno(int error);
 bool Fail(DWORD error);
 bool FailFromErrno();
 
+// The same for a call that writes: a fault of the disk is then a fault in writing.
+bool FailWritingFromErrno();
+
 // Takes the result of a call that is made for what it may do, and whose failure changes nothing.
 inline void MayFail(int /*result*/) {}
 

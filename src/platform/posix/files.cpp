@@ -16,7 +16,7 @@ using namespace Vellox::Posix;
 
 namespace {
 
-// O_NONBLOCK keeps the open of a FIFO from waiting; it has no meaning for a file.
+// O_NONBLOCK keeps the open of a FIFO from waiting, and that of a file which another program has leased.
 int OpenFlags(DWORD access, DWORD disposition) {
     const int mode = (access & GENERIC_WRITE) != 0 ? O_RDWR : O_RDONLY;
     return mode | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (disposition == CREATE_ALWAYS ? O_CREAT : 0);
@@ -91,7 +91,7 @@ BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPP
         const char* position = static_cast<const char*>(data) + *done;
         const ssize_t written = Retried([&] { return ::write(descriptor, position, count - *done); });
         if (written < 0)
-            return static_cast<BOOL>(errno == EIO ? Fail(ERROR_WRITE_FAULT) : FailFromErrno());
+            return static_cast<BOOL>(FailWritingFromErrno());
         *done += static_cast<DWORD>(written);
     }
     return TRUE;
@@ -127,7 +127,7 @@ BOOL FlushFileBuffers(HANDLE file) {
     int descriptor = 0;
     if (!ToDescriptor(file, descriptor))
         return FALSE;
-    return static_cast<BOOL>(Retried([&] { return ::fsync(descriptor); }) == 0 || FailFromErrno());
+    return static_cast<BOOL>(Retried([&] { return ::fsync(descriptor); }) == 0 || FailWritingFromErrno());
 }
 
 // The descriptor is gone also if close reports a failure, so it is never closed twice.

@@ -37,7 +37,8 @@ bool FindItem(const std::string& path, Item& item) {
         return Fail(ERROR_ACCESS_DENIED);
     char resolved[PATH_MAX];
     struct stat status;
-    if (::realpath(place.folder.c_str(), resolved) == nullptr || ::lstat(path.c_str(), &status) != 0)
+    if (::lstat(path.c_str(), &status) != 0 || ::realpath(place.folder.c_str(), resolved) == nullptr ||
+        ::stat(resolved, &status) != 0)
         return FailFromErrno();
     item = {resolved, place.name, status.st_dev};
     return true;

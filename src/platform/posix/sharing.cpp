@@ -37,9 +37,10 @@ struct flock LockOn(SharingByte byte, short type) {
     return lock;
 }
 
-bool State(int descriptor, SharingByte byte) {
+// Without read access, or without locks in the file system, a statement cannot be made; that is no reason to fail.
+void State(int descriptor, SharingByte byte) {
     struct flock lock = LockOn(byte, F_RDLCK);
-    return Retried([&] { return ::fcntl(descriptor, F_OFD_SETLK, &lock); }) == 0;
+    MayFail(Retried([&] { return ::fcntl(descriptor, F_OFD_SETLK, &lock); }));
 }
 
 bool IsStatedByOthers(int descriptor, SharingByte byte) {
@@ -51,10 +52,10 @@ bool IsStatedByOthers(int descriptor, SharingByte byte) {
 
 bool TakeSharingLocks(int descriptor, DWORD access, DWORD shareMode) {
     for (const Right& right : rights) {
-        if ((access & right.access) != 0 && !State(descriptor, right.used))
-            return true;
-        if ((shareMode & right.share) == 0 && !State(descriptor, right.denied))
-            return true;
+        if ((access & right.access) != 0)
+            State(descriptor, right.used);
+        if ((shareMode & right.share) == 0)
+            State(descriptor, right.denied);
     }
     for (const Right& right : rights) {
         if ((access & right.access) != 0 && IsStatedByOthers(descriptor, right.denied))

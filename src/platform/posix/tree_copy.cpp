@@ -10,6 +10,7 @@
 #include "platform/posix/errors.h"
 #include "platform/posix/identity.h"
 #include "platform/posix/paths.h"
+#include "platform/posix/sharing.h"
 #include "platform/posix/tree.h"
 #include "platform/win32.h"
 
@@ -76,6 +77,17 @@ bool CopyAnyButFolder(Entry from, const struct stat& status, Entry to, Existing 
     return Fail(ERROR_NOT_SUPPORTED);
 }
 
+// A file that someone uses without sharing is not replaced under his hands.
+bool HoldEntry(Entry entry, const struct stat& status, Descriptor& held) {
+    if (!S_ISREG(status.st_mode))
+        return true;
+    constexpr int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    held = Descriptor(::openat(entry.folder, entry.name, O_RDONLY | flags));
+    if (!held)
+        held = Descriptor(::openat(entry.folder, entry.name, O_WRONLY | flags));
+    return !held || TakeSharingLocks(held.Get(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+}
+
 bool CopyOpenFolder(Descriptor from, int to, int depth);
 
 bool CopySubfolder(Entry from, Entry to, int depth) {
@@ -102,9 +114,12 @@ bool CopyEntry(Entry from, Entry to, int depth) {
     if (S_ISDIR(status.st_mode))
         return CopySubfolder(from, to, depth + 1);
     struct stat existing;
-    if (::fstatat(to.folder, to.name, &existing, AT_SYMLINK_NOFOLLOW) == 0 && IsSameEntry(status, existing))
+    if (::fstatat(to.folder, to.name, &existing, AT_SYMLINK_NOFOLLOW) != 0)
+        return CopyAnyButFolder(from, status, to, Existing::Replace);
+    if (IsSameEntry(status, existing))
         return Fail(ERROR_SHARING_VIOLATION);
-    return CopyAnyButFolder(from, status, to, Existing::Replace);
+    Descriptor held;
+    return HoldEntry(to, existing, held) && CopyAnyButFolder(from, status, to, Existing::Replace);
 }
 
 bool CopyOpenFolder(Descriptor from, int to, int depth) {
