@@ -1,5 +1,7 @@
 #include "vellox/frame.h"
 
+#include <cmath>
+
 #include "support/scratch.h"
 
 namespace Vellox {
@@ -18,6 +20,8 @@ TEST_F(FrameTest, KnowsItsProcess) {
     };
     const auto body = [&] {
         EXPECT_TRUE(GetUIScaleFactor() == 1.0F && GetPlatform() == "windows" && GetPlatformType() == "desktop");
+        SetUIScaleFactor(NAN);
+        EXPECT_TRUE(std::isnan(GetUIScaleFactor()));
         EXPECT_EQ(ask("/proc/none", At("home").string()) + ask("data", "/proc/none"), "");
         for (const std::string& data : {std::string("data"), At("moved").string()})
             EXPECT_EQ(ask(data, At("home").string()), In(R"(home\.local\share\Vellox Studio 10)"));
