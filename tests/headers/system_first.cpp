@@ -2,8 +2,6 @@
 
 #include "all_headers.h"
 
-#include "use_headers.h"
-
 bool UseHeadersBehindTheSystems() {
     return UseHeaders();
 }

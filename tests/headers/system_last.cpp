@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include "use_headers.h"
-
 bool UseHeadersBeforeTheSystems() {
     return UseHeaders();
 }

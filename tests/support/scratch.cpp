@@ -21,7 +21,7 @@ fs::path MakeFolder(const fs::path& parent) {
 
 void RemoveFolder(const fs::path& folder) {
     for (const auto& entry : fs::recursive_directory_iterator(folder, fs::directory_options::skip_permission_denied))
-        if (!entry.is_symlink() && entry.is_directory())
+        if (!entry.is_symlink())
             fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add);
     fs::remove_all(folder);
 }

@@ -1,8 +1,0 @@
-// The names that a system's macros and functions come near to stay callable.
-inline bool UseHeaders() {
-    using namespace Vellox::FileNames;
-    CopyFileError error = SourceNotFound;
-    return Vellox::FileNames::CopyFileA("none", "none", true, &error) || Vellox::FileNames::CreateDirectoryA("") ||
-           GetModuleFilename().empty() || GetTempFilename(std::string()).empty() ||
-           Vellox::FileNames::WaitForProcess(nullptr, 0) == 1;
-}
