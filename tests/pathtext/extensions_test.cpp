@@ -44,7 +44,7 @@ TEST(Extensions, AreReplacedForcedAndAppended) {
         // clang-format on
     };
     for (const auto& [path, extension, changed, forced, appended] : rows) {
-        VELLOX_TRACE_ROW(path + " " + extension);
+        VELLOX_TRACE_ROW(path);
         EXPECT_EQ(ExtensionChange(path, extension), changed);
         EXPECT_EQ(ForceExtension(path, extension), forced);
         EXPECT_EQ(CheckAppendExtension(path, extension), appended);
@@ -61,10 +61,10 @@ TEST(Extensions, TakeTextInPlaceAndBefore) {
         // clang-format on
     };
     for (const auto& [path, text, changed, inserted] : rows) {
-        VELLOX_TRACE_ROW(path + " " + text);
+        VELLOX_TRACE_ROW(path);
         std::string buffer = path + std::string(text.size() + 2, '\0') + "##";
         EXPECT_EQ(extension_change(buffer.data(), text.c_str()), 1);
-        EXPECT_EQ(buffer.c_str() + buffer.substr(path.size() + text.size() + 2), changed + "##");
+        EXPECT_TRUE(buffer.starts_with(changed + '\0') && buffer.ends_with("##")) << buffer;
         EXPECT_EQ(AppendStringBeforeExtension(path, text), inserted);
     }
 }
