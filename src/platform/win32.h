@@ -37,7 +37,7 @@ int RunShellOperation(SHFILEOPSTRUCTW& operation);
 // Makes a link to the same target under a name that is free. False if that is not possible.
 bool CopyLink(const WCHAR* link, const WCHAR* newLink);
 
-// True if the path is the folder, or lies below it, judged by what stands on the disk and not by text.
+// True if the path is the folder, lies below it or leads through it, judged by what stands on the disk and not by text.
 // The path itself need not exist; its folder does.
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder);
 

@@ -105,7 +105,7 @@ bool IsGone(const std::string& path) {
 } // namespace
 
 std::string TrashCatalogue::GetFilePath() const {
-    return FileNames::JoinFolder(folder, ".trash.db");
+    return FileNames::JoinFolder(folder, catalogueName);
 }
 
 void TrashCatalogue::Load(std::string newFolder) {

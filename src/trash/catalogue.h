@@ -3,11 +3,14 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "fileobjects/buffered_file.h"
 #include "platform/win32.h"
 
 namespace Vellox {
+
+inline constexpr std::string_view catalogueName = ".trash.db";
 
 struct TrashEntry {
     std::uint64_t trashedTime = 0; // ticks of 100 ns since 1601-01-01 UTC

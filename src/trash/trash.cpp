@@ -66,9 +66,12 @@ std::string GetTrashFolderPath() {
 
 void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
     const std::string trashFolder = GetTrashFolderPath();
+    const std::string item(WithoutTrailingSeparators(UpToNul(path)));
+    // Without its file the catalogue could not be read later, so it is read before the file goes.
+    if (EqualsIgnoringCase(item, JoinFolder(trashFolder, catalogueName)))
+        updateCatalogueFile = true;
     if (updateCatalogueFile)
         trashCatalogue.Load(trashFolder);
-    const std::string item(WithoutTrailingSeparators(UpToNul(path)));
     const std::string_view name = ItemName(item);
     if (!name.empty()) {
         if (!CheckFolderExists(trashFolder))

@@ -196,6 +196,9 @@ TEST_F(TrashTest, RemembersEveryItem) {
     for (const char* name : {"b", "c"})
         DeleteFileToRecycleBin(In(name), false);
     EXPECT_EQ(ReadFile(trash / ".trash.db"), catalogue);
+    DeleteFileToRecycleBin(InTrash(".trash.db"), false);
+    EXPECT_TRUE(CanPutBack(InTrash("a")) && PutBack(InTrash(".trash1.db")) == false);
+    fs::remove(trash / ".trash1.db");
     fs::create_directory_symlink(trash.parent_path(), At("home"));
     for (const fs::path& path : {trash, trash.parent_path(), At("home/Trash"), trash / "a", trash / ".trash.db"})
         Trash(Win32(path));
@@ -206,6 +209,13 @@ TEST_F(TrashTest, RemembersEveryItem) {
     EXPECT_TRUE(Items() == 2 && PutBack(InTrash("c")) && PutBack(InTrash("a1")) && !PutBack(InTrash("a1")));
     fs::remove(At("x"));
     EXPECT_TRUE(PutBack(InTrash("a")) && !CanPutBack(InTrash("a")) && fs::exists(trash / "a") && !fs::exists(At("x")));
+}
+
+TEST_F(TrashTest, KeepsTheFolderThatLeadsToTheTrash) {
+    fs::remove_all(trash);
+    fs::create_directory_symlink(OtherVolume(), trash);
+    Trash(Win32(trash.parent_path()));
+    EXPECT_TRUE(fs::is_symlink(trash));
 }
 
 TEST_F(TrashTest, TouchesNothingAtATakenPlace) {

@@ -22,9 +22,22 @@ Descriptor OpenNearestFolder(const std::string& path) {
     return folder;
 }
 
+// A link below the folder can lead the path elsewhere; without the folder, the path would still be gone.
+bool LeadsThroughFolder(const std::string& path, const struct stat& folder) {
+    Place place;
+    for (std::string level = path; SplitLastComponent(level, place); level = place.folder) {
+        struct stat status;
+        if (::stat(place.folder.c_str(), &status) == 0 && IsSameEntry(status, folder))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 bool LiesInFolder(const std::string& path, const struct stat& folder) {
+    if (LeadsThroughFolder(path, folder))
+        return true;
     Descriptor level = OpenNearestFolder(path);
     struct stat status;
     while (level && ::fstat(level.Get(), &status) == 0) {

@@ -15,7 +15,7 @@ inline bool IsDotName(std::string_view name) {
     return name == "." || name == "..";
 }
 
-// True if the path is that folder or would stand below it, whatever links lead there.
+// True if the path is that folder or would stand below it, whatever links lead there, or leads through it.
 bool LiesInFolder(const std::string& path, const struct stat& folder);
 
 // Gives an open folder the permissions and times of another, as far as the file system can keep them.

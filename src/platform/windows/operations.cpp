@@ -94,6 +94,15 @@ Text FinalPath(const Text& folder) {
     return path;
 }
 
+bool IsOneOfTheLevels(const Text& path, const BY_HANDLE_FILE_INFORMATION& wanted) {
+    for (Text level = path; !level.empty(); level = FolderOf(level)) {
+        BY_HANDLE_FILE_INFORMATION identity;
+        if (ReadIdentity(level + L'\\', identity) && IsSameEntry(identity, wanted))
+            return true;
+    }
+    return false;
+}
+
 struct Entry {
     Text name;
     DWORD kind;
@@ -177,12 +186,9 @@ bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
     BY_HANDLE_FILE_INFORMATION wanted;
     if (!ReadIdentity(folder, wanted))
         return false;
-    for (Text level = FinalPath(FolderOf(FullPath(path))); !level.empty(); level = FolderOf(level)) {
-        BY_HANDLE_FILE_INFORMATION identity;
-        if (ReadIdentity(level + L'\\', identity) && IsSameEntry(identity, wanted))
-            return true;
-    }
-    return false;
+    const Text parent = FolderOf(FullPath(path));
+    // A link below the folder can lead the path elsewhere; without the folder, the path would still be gone.
+    return IsOneOfTheLevels(parent, wanted) || IsOneOfTheLevels(FinalPath(parent), wanted);
 }
 
 bool HoldSameTree(const WCHAR* first, const WCHAR* second) {
