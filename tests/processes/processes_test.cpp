@@ -66,7 +66,7 @@ TEST_F(ProcessesTest, RefusesWhatIsNoProgram) {
     WriteFile(At("plain"), "");
     WriteFile(At("unreadable"), "#!/bin/sh\n");
     fs::permissions(At("plain"), fs::perms::owner_read);
-    fs::permissions(At("unreadable"), fs::perms::none);
+    fs::permissions(At("unreadable"), fs::perms::owner_exec | fs::perms::others_exec);
     WriteFile(At("garbage"), "no program");
     fs::permissions(At("garbage"), fs::perms::owner_all);
     const AsOrdinaryUser user;

@@ -82,7 +82,8 @@ bool IsExecutable(const std::string& path) {
         return FailFromErrno();
     if (!S_ISREG(status.st_mode))
         return Fail(ERROR_ACCESS_DENIED);
-    return ::eaccess(path.c_str(), X_OK) == 0 || FailFromErrno();
+    // A script that may not be read would start its interpreter and fail there.
+    return ::eaccess(path.c_str(), R_OK | X_OK) == 0 || FailFromErrno();
 }
 
 std::string FindInSearchPath(const std::string& name) {
