@@ -50,12 +50,21 @@ std::string_view ItemName(std::string_view path) {
     return name == "." || name == ".." ? std::string_view() : name;
 }
 
+bool IsCatalogueName(std::string_view name) {
+    return EqualsIgnoringCase(name, catalogueName);
+}
+
+// The catalogue's name is never free: a save would write over the item.
+bool IsTakenInTrash(const std::string& path) {
+    return IsCatalogueName(GetFilenameWithoutPath(path)) || IsTaken(path);
+}
+
 std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
     std::string extension = GetExtension(name);
     if (extension == name)
-        return ComposeFreeName(JoinFolder(trashFolder, name), "", "", IsTaken);
+        return ComposeFreeName(JoinFolder(trashFolder, name), "", "", IsTakenInTrash);
     const std::string stem = ExtensionChange(std::move(name), "");
-    return ComposeFreeName(JoinFolder(trashFolder, stem), extension, "", IsTaken);
+    return ComposeFreeName(JoinFolder(trashFolder, stem), extension, "", IsTakenInTrash);
 }
 
 } // namespace
@@ -67,12 +76,12 @@ std::string GetTrashFolderPath() {
 void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
     const std::string trashFolder = GetTrashFolderPath();
     const std::string item(WithoutTrailingSeparators(UpToNul(path)));
-    // Without its file the catalogue could not be read later, so it is read before the file goes.
-    if (EqualsIgnoringCase(item, JoinFolder(trashFolder, catalogueName)))
+    const std::string_view name = ItemName(item);
+    // It may be the catalogue itself, in any spelling; it is read before it goes, as it could not be later.
+    if (IsCatalogueName(name))
         updateCatalogueFile = true;
     if (updateCatalogueFile)
         trashCatalogue.Load(trashFolder);
-    const std::string_view name = ItemName(item);
     if (!name.empty()) {
         if (!CheckFolderExists(trashFolder))
             CreateDirectoryA(trashFolder);
@@ -97,7 +106,8 @@ bool CanPutBack(std::string trashPath) {
 bool PutBack(std::string trashPath) {
     trashCatalogue.Load(GetTrashFolderPath());
     std::string restorePath;
-    bool isDone = trashCatalogue.FindRestorePath(trashPath, restorePath);
+    const bool isCatalogue = IsCatalogueName(GetFilenameWithoutPath(trashPath));
+    bool isDone = !isCatalogue && trashCatalogue.FindRestorePath(trashPath, restorePath);
     if (isDone) {
         const std::string destination(WithoutTrailingSeparators(UpToNul(restorePath)));
         isDone = MoveFileOrFolder(trashPath, destination) != MoveResult::DestinationTaken;

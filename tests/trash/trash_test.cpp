@@ -211,6 +211,20 @@ TEST_F(TrashTest, RemembersEveryItem) {
     EXPECT_TRUE(PutBack(InTrash("a")) && !CanPutBack(InTrash("a")) && fs::exists(trash / "a") && !fs::exists(At("x")));
 }
 
+TEST_F(TrashTest, KeepsAnItemOfTheCataloguesNameApart) {
+    fs::remove(trash / ".trash.db");
+    WriteFile(At("x/.trash.db"), "precious");
+    Trash(In("x/.trash.db"));
+    EXPECT_TRUE(PutBack(InTrash(".trash1.db")) && ReadFile(At("x/.trash.db")) == "precious");
+    EXPECT_FALSE(PutBack(InTrash(".trash.db")));
+    const fs::path song = OtherVolume() / "song";
+    WriteFile(song / "take", "held");
+    QuirnFiles::CFile holder;
+    holder.Open(Win32(song / "take").c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING);
+    Trash(Win32(song));
+    EXPECT_TRUE(holder.Close() && ReadFile(song / "take") == "held" && !fs::exists(trash / "song"));
+}
+
 TEST_F(TrashTest, KeepsTheFolderThatLeadsToTheTrash) {
     fs::remove_all(trash);
     fs::create_directory_symlink(OtherVolume(), trash);

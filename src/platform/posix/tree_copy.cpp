@@ -33,6 +33,8 @@ bool CopyFile(Entry from, Entry to, Existing existing) {
         return FailFromErrno();
     if (!S_ISREG(status.st_mode))
         return Fail(ERROR_ACCESS_DENIED);
+    if (!TakeSharingLocks(source.Get(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE))
+        return false;
     return CopyRegularFile(source.Get(), status, to.folder, to.name, existing);
 }
 
