@@ -52,8 +52,7 @@ TEST_F(NormalFormTest, GetAbsolutePath) {
 
 TEST(NormalizePathCase, FoldsAsciiOnly) {
     std::string path = "C:/\xC3\x89 Z[z@";
-    EXPECT_EQ(NormalizePathCase(path), "c:/\xC3\x89 z[z@");
-    EXPECT_EQ(path, "C:/\xC3\x89 Z[z@");
+    EXPECT_TRUE(NormalizePathCase(path) == "c:/\xC3\x89 z[z@" && path == "C:/\xC3\x89 Z[z@");
 }
 
 TEST(NormalizedPaths, CompareAndLieBelow) {

@@ -79,9 +79,8 @@ TEST_F(ProcessesTest, RefusesWhatIsNoProgram) {
 }
 
 TEST_F(ProcessesTest, FindsProgramsByPathAndByName) {
-    EXPECT_TRUE(Run({"true"}));
-    EXPECT_TRUE(Run({"/bin/true"}));
-    EXPECT_TRUE(Run({R"(C:\bin\true)"}));
+    for (const char* program : {"true", "/bin/true", R"(C:\bin\true)"})
+        EXPECT_TRUE(Run({program})) << program;
     fs::create_directory(At("my apps"));
     Script("touch ran");
     fs::rename(At("script"), At("my apps/script"));
@@ -121,8 +120,8 @@ TEST_F(ProcessesTest, WaitsAsLongAsAskedFromSeveralThreads) {
     void* process = Launch({"sleep", "0.4"});
     ASSERT_NE(process, nullptr);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(WaitForProcess(process, 0), 0);
-    EXPECT_EQ(WaitForProcess(process, 100), 0);
+    for (const int timeout : {0, 100})
+        EXPECT_EQ(WaitForProcess(process, timeout), 0) << timeout;
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
     std::vector<std::thread> threads;
     for (int count = 0; count < 4; ++count)
@@ -169,8 +168,8 @@ TEST_F(ProcessesTest, TheHostsOwnChildrenStayItsOwn) {
     ASSERT_TRUE(Run(Script("ls /proc/$$/fd > open")));
     for (const int descriptor : open)
         ::close(descriptor);
-    const std::string shellsOwn = "0\n1\n10\n11\n2\n"; // 10 and 11: its script, and what it keeps of its output
-    EXPECT_EQ(ReadFile(At("open")), shellsOwn);
+    // 10 and 11 are the shell's: its script, and what it keeps of its output.
+    EXPECT_EQ(ReadFile(At("open")), "0\n1\n10\n11\n2\n");
     int status = 0;
     EXPECT_EQ(::waitpid(-1, &status, 0), child);
     EXPECT_EQ(WEXITSTATUS(status), 7);
