@@ -41,9 +41,16 @@ bool CopyLink(const WCHAR* link, const WCHAR* newLink);
 // The path itself need not exist; its folder does.
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder);
 
-// True if both paths hold the same: entries of the same names and kinds, files of the same sizes, links to
-// the same targets. An entry that cannot be inspected makes it false.
-bool HoldSameTree(const WCHAR* first, const WCHAR* second);
+// True if the copy is finished: it holds entries of the same names and kinds, files of the same sizes and links to the
+// same targets, and nobody is writing to a file of the source. An entry that cannot be inspected makes it false.
+bool HoldSameTree(const WCHAR* source, const WCHAR* copy);
+
+// Removes a folder of which there is a finished copy. What is not in the copy as it stands at that moment, because it
+// came later or was changed, stays where it is; then, or if something could not be removed, it gives false.
+bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy);
+
+// Has the system write a file or a folder with all it holds from its memory to the disk. False if a write failed.
+bool BringToDisk(const WCHAR* path);
 
 // Gives the second folder the permissions and the modification time of the first, as far as the system lets.
 void CopyFolderAttributes(const WCHAR* from, const WCHAR* to);

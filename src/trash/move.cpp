@@ -22,45 +22,75 @@ ItemKind KindOf(const std::string& path) {
     return isDirectory ? ItemKind::Folder : ItemKind::File;
 }
 
+// Holds a file against being written to: what came in behind the copy would go with the source.
+class KeptFromWriters {
+public:
+    explicit KeptFromWriters(const WideString& path)
+        : handle_(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    KeptFromWriters(const KeptFromWriters&) = delete;
+    KeptFromWriters& operator=(const KeptFromWriters&) = delete;
+    ~KeptFromWriters() {
+        if (IsOpen())
+            ::CloseHandle(handle_);
+    }
+    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+
+private:
+    HANDLE handle_;
+};
+
+MoveResult WhyNothingWasMade(const std::string& destination) {
+    return IsTaken(destination) ? MoveResult::DestinationTaken : MoveResult::Failed;
+}
+
+// A source that is no longer what was copied is another item, and the copy is all there is of the old one.
+MoveResult WhatRemovalLeft(bool removed, const WideString& from, const WideString& to) {
+    return removed || !Platform::HoldSameTree(from.c_str(), to.c_str()) ? MoveResult::Moved : MoveResult::Copied;
+}
+
+bool IsSafeOnDisk(const WideString& copy, const WideString& source) {
+    return Platform::HoldSameTree(source.c_str(), copy.c_str()) && Platform::BringToDisk(copy.c_str());
+}
+
 // The destination folder is made here, so that it can only be one of our own.
-bool CopyWholeFolder(const std::string& source, const std::string& destination) {
+MoveResult MoveFolderByCopy(const std::string& source, const std::string& destination) {
     const WideString from = Utf8ToWide(source);
     const WideString to = Utf8ToWide(destination);
-    if (Platform::LiesInFolder(to.c_str(), from.c_str()) || !CreateDirectoryA(destination))
-        return false;
-    const bool whole = CopyFolderContents(source, destination) && Platform::HoldSameTree(from.c_str(), to.c_str());
-    if (!whole) {
+    if (Platform::LiesInFolder(to.c_str(), from.c_str()))
+        return MoveResult::Failed;
+    if (!CreateDirectoryA(destination))
+        return WhyNothingWasMade(destination);
+    if (!CopyFolderContents(source, destination) || !IsSafeOnDisk(to, from)) {
         DeleteFolderForGood(destination);
-        return false;
+        return MoveResult::Failed;
     }
     Platform::CopyFolderAttributes(from.c_str(), to.c_str());
-    return true;
+    return WhatRemovalLeft(Platform::RemoveCopiedTree(from.c_str(), to.c_str()), from, to);
 }
 
-bool CopyWholeFile(const std::string& source, const std::string& destination) {
+MoveResult MoveFileByCopy(const std::string& source, const std::string& destination) {
+    const WideString from = Utf8ToWide(source);
+    const WideString to = Utf8ToWide(destination);
+    const KeptFromWriters kept(from);
+    if (!kept.IsOpen())
+        return MoveResult::Failed;
     constexpr bool failIfExists = true;
     if (!CopyFileA(source, destination, failIfExists, nullptr))
-        return false;
-    const WideString to = Utf8ToWide(destination);
-    if (Platform::HoldSameTree(Utf8ToWide(source).c_str(), to.c_str()))
-        return true;
-    ::DeleteFileW(to.c_str());
-    return false;
-}
-
-bool CopyWhole(const std::string& source, const std::string& destination, ItemKind kind) {
-    switch (kind) {
-    case ItemKind::Folder: return CopyWholeFolder(source, destination);
-    case ItemKind::Link: return Platform::CopyLink(Utf8ToWide(source).c_str(), Utf8ToWide(destination).c_str());
-    default: return CopyWholeFile(source, destination);
+        return WhyNothingWasMade(destination);
+    if (!IsSafeOnDisk(to, from)) {
+        ::DeleteFileW(to.c_str());
+        return MoveResult::Failed;
     }
+    return WhatRemovalLeft(::DeleteFileW(from.c_str()) != FALSE, from, to);
 }
 
-// False if the source is still as whole as its copy.
-bool RemoveCopiedSource(const std::string& source, const std::string& destination, ItemKind kind) {
+MoveResult MoveLinkByCopy(const std::string& source, const std::string& destination) {
     const WideString from = Utf8ToWide(source);
-    const bool removed = kind == ItemKind::Folder ? DeleteFolderForGood(source) : ::DeleteFileW(from.c_str()) != FALSE;
-    return removed || !Platform::HoldSameTree(from.c_str(), Utf8ToWide(destination).c_str());
+    const WideString to = Utf8ToWide(destination);
+    if (!Platform::CopyLink(from.c_str(), to.c_str()))
+        return WhyNothingWasMade(destination);
+    return WhatRemovalLeft(::DeleteFileW(from.c_str()) != FALSE, from, to);
 }
 
 } // namespace
@@ -83,10 +113,11 @@ MoveResult MoveFileOrFolder(const std::string& source, const std::string& destin
     // Other bytes mean one name to the rename and another to the copy.
     if (!IsValidUtf8(source) || !IsValidUtf8(destination))
         return MoveResult::Failed;
-    const ItemKind kind = KindOf(source);
-    if (!CopyWhole(source, destination, kind))
-        return MoveResult::Failed;
-    return RemoveCopiedSource(source, destination, kind) ? MoveResult::Moved : MoveResult::Copied;
+    switch (KindOf(source)) {
+    case ItemKind::Folder: return MoveFolderByCopy(source, destination);
+    case ItemKind::Link: return MoveLinkByCopy(source, destination);
+    default: return MoveFileByCopy(source, destination);
+    }
 }
 
 } // namespace Vellox::FileNames

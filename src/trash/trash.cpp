@@ -67,6 +67,21 @@ std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
     return ComposeFreeName(JoinFolder(trashFolder, stem), extension, "", IsTakenInTrash);
 }
 
+// Gives where the item now lies, or would lie if it could be moved.
+std::string MoveToTrash(const std::string& item, const std::string& trashFolder, const std::string& name) {
+    while (true) {
+        std::string trashPath = ComposeTrashPath(trashFolder, name);
+        const MoveResult result = MoveFileOrFolder(item, trashPath);
+        // Another process was faster with that name, and the entry of that name is the one of its item.
+        if (result == MoveResult::DestinationTaken)
+            continue;
+        // What has to stay at its place does not lie in the trash as well.
+        if (result == MoveResult::Copied)
+            DeleteFolderForGood(trashPath);
+        return trashPath;
+    }
+}
+
 } // namespace
 
 std::string GetTrashFolderPath() {
@@ -85,10 +100,7 @@ void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
     if (!name.empty()) {
         if (!CheckFolderExists(trashFolder))
             CreateDirectoryA(trashFolder);
-        std::string trashPath = ComposeTrashPath(trashFolder, std::string(name));
-        // What has to stay at its place does not lie in the trash as well.
-        if (MoveFileOrFolder(item, trashPath) == MoveResult::Copied)
-            DeleteFolderForGood(trashPath);
+        std::string trashPath = MoveToTrash(item, trashFolder, std::string(name));
         trashCatalogue.Add(std::move(trashPath), std::move(path));
     }
     if (updateCatalogueFile)

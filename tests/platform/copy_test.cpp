@@ -127,7 +127,13 @@ TEST_F(CopyTest, DeletesWhatIsNamedAndNothingBehindALink) {
     EXPECT_TRUE(!fs::exists("t/*") && !fs::is_symlink("t/folder") && fs::exists("t/ab/x") && fs::exists("t/marked"));
     Shell("cd t; for level in $(seq 30); do mkdir $(printf %0200d); cd -P $(printf %0200d); done");
     DeleteFolderWithContents("t", true, false);
+    const AsOrdinaryUser user;
+    WriteFile(At("mine/shut/x"), "");
+    for (const char* folder : {"mine/shut", "mine"})
+        fs::permissions(At(folder), fs::perms::none);
+    DeleteFolderWithContents(In("mine").c_str(), false, true);
     EXPECT_TRUE(Entries(".") == 1 && ReadFile("keep/x") == "x\n" && !fs::exists(At("data/Trash")));
+    EXPECT_FALSE(fs::exists(At("mine")));
 }
 
 TEST_F(CopyTest, RecyclesEveryItemWithItsWayBack) {
@@ -178,6 +184,11 @@ TEST_F(CopyTest, ComparesWhatFoldersHold) {
         Shell(change);
         EXPECT_FALSE(Platform::HoldSameTree(u"a", u"b") || Platform::HoldSameTree(u"b", u"a")) << change;
     }
+    Shell("rm -rf b; cp -a a b; chmod 555 a/sub; touch -d tomorrow b/sub/x");
+    EXPECT_TRUE(Platform::HoldSameTree(u"a", u"b")) << "of the same bytes";
+    Shell("printf 21 > b/sub/x; touch a/late");
+    EXPECT_FALSE(Platform::RemoveCopiedTree(u"a", u"b"));
+    EXPECT_TRUE(ReadFile("a/sub/x") == "12" && fs::exists("a/late") && !fs::is_symlink("a/sub/link"));
     for (const WCHAR* path : {u"a", u"a\\new", u"a\\sub\\new", u"link\\new", u"b\\..\\a\\sub"})
         EXPECT_TRUE(Platform::LiesInFolder(path, u"a")) << WideToUtf8(path);
     for (const WCHAR* path : {u".", u"ab", u"b\\sub", u"a\\..\\b\\new"})

@@ -217,12 +217,18 @@ TEST_F(TrashTest, KeepsAnItemOfTheCataloguesNameApart) {
     Trash(In("x/.trash.db"));
     EXPECT_TRUE(PutBack(InTrash(".trash1.db")) && ReadFile(At("x/.trash.db")) == "precious");
     EXPECT_FALSE(PutBack(InTrash(".trash.db")));
+}
+
+TEST_F(TrashTest, LeavesWhatSomeoneUsesWithoutSharing) {
     const fs::path song = OtherVolume() / "song";
     WriteFile(song / "take", "held");
-    QuirnFiles::CFile holder;
-    holder.Open(Win32(song / "take").c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING);
-    Trash(Win32(song));
-    EXPECT_TRUE(holder.Close() && ReadFile(song / "take") == "held" && !fs::exists(trash / "song"));
+    for (const DWORD shareMode : {DWORD{0}, FILE_SHARE_READ})
+        for (const fs::path& item : {song, song / "take"}) {
+            QuirnFiles::CFile holder;
+            holder.Open(Win32(song / "take").c_str(), GENERIC_READ | GENERIC_WRITE, shareMode, OPEN_EXISTING);
+            Trash(Win32(item));
+            EXPECT_TRUE(holder.Close() && ReadFile(song / "take") == "held" && Items() == 0) << item << shareMode;
+        }
 }
 
 TEST_F(TrashTest, KeepsTheFolderThatLeadsToTheTrash) {

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <string>
+
+#include "platform/posix/descriptor.h"
 
 // Operations on folders with all they hold, relative to open folders, so that a folder that is swapped for a link on
 // the way leads nowhere else. Links are handled as links. All give false, with the last error set, if they could not
@@ -10,6 +14,20 @@ namespace Vellox::Posix {
 
 // Deeper trees are refused instead of running out of stack.
 inline constexpr int deepestTree = 1000;
+
+// A name in an open folder.
+struct Entry {
+    int folder;
+    const char* name;
+};
+
+// True if two entries, neither of them a folder, are of one kind and hold the same. Files of one size and one
+// modification time count as the same; where only the times differ, as not every file system can keep them, the bytes
+// decide.
+bool HoldSameData(Entry first, const struct stat& firstStatus, Entry second, const struct stat& secondStatus);
+
+// Opens a folder whose entries are to go, also where its owner has taken the right for that from himself.
+Descriptor OpenFolderToEmpty(Entry entry);
 
 // Copies what the source folder holds into the destination folder, which is made if it is missing. Goes on after a
 // failure with what can be copied.

@@ -11,72 +11,131 @@
 #include "platform/posix/errors.h"
 #include "platform/posix/identity.h"
 #include "platform/posix/paths.h"
+#include "platform/posix/sharing.h"
 #include "platform/posix/tree.h"
 #include "platform/win32.h"
 
 namespace Vellox::Posix {
 namespace {
 
-bool ReadNames(int folder, const char* name, Descriptor& opened, std::vector<std::string>& names) {
-    opened = Descriptor(::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+constexpr std::size_t comparedSize = std::size_t{32} * 1024;
+
+bool ReadNames(Entry entry, Descriptor& opened, std::vector<std::string>& names) {
+    opened = Descriptor(::openat(entry.folder, entry.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     Descriptor listed(opened ? ::fcntl(opened.Get(), F_DUPFD_CLOEXEC, 0) : -1);
     const Folder listing(listed ? ::fdopendir(listed.Get()) : nullptr);
     if (listing == nullptr)
         return false;
     listed.Release();
     errno = 0;
-    while (const dirent* entry = ::readdir(listing.get()))
-        if (!IsDotName(entry->d_name))
-            names.emplace_back(entry->d_name);
+    while (const dirent* found = ::readdir(listing.get()))
+        if (!IsDotName(found->d_name))
+            names.emplace_back(found->d_name);
+    const bool isWhole = errno == 0;
     std::sort(names.begin(), names.end());
-    return errno == 0;
+    return isWhole;
 }
 
-bool HoldSameLink(int first, int second, const char* firstName, const char* secondName) {
+bool HoldSameLink(Entry first, Entry second) {
     char firstTarget[PATH_MAX];
     char secondTarget[PATH_MAX];
-    const ssize_t firstLength = ::readlinkat(first, firstName, firstTarget, sizeof firstTarget);
-    const ssize_t secondLength = ::readlinkat(second, secondName, secondTarget, sizeof secondTarget);
+    const ssize_t firstLength = ::readlinkat(first.folder, first.name, firstTarget, sizeof firstTarget);
+    const ssize_t secondLength = ::readlinkat(second.folder, second.name, secondTarget, sizeof secondTarget);
     return firstLength >= 0 && firstLength == secondLength &&
            std::equal(firstTarget, firstTarget + firstLength, secondTarget);
 }
 
-bool HoldSame(int first, const char* firstName, int second, const char* secondName, int depth);
+// -1 after a failure.
+ssize_t ReadPiece(int file, char* buffer, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t read = Retried([&] { return ::read(file, buffer + done, size - done); });
+        if (read < 0)
+            return -1;
+        if (read == 0)
+            break;
+        done += static_cast<std::size_t>(read);
+    }
+    return static_cast<ssize_t>(done);
+}
 
-bool HoldSameFolder(int first, const char* firstName, int second, const char* secondName, int depth) {
+Descriptor OpenToRead(Entry entry) {
+    return Descriptor(::openat(entry.folder, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+}
+
+bool HoldSameBytes(Entry first, Entry second) {
+    const Descriptor firstFile = OpenToRead(first);
+    const Descriptor secondFile = OpenToRead(second);
+    if (!firstFile || !secondFile)
+        return false;
+    char firstBytes[comparedSize];
+    char secondBytes[comparedSize];
+    while (true) {
+        const ssize_t firstCount = ReadPiece(firstFile.Get(), firstBytes, comparedSize);
+        const ssize_t secondCount = ReadPiece(secondFile.Get(), secondBytes, comparedSize);
+        if (firstCount != secondCount || firstCount < 0 ||
+            !std::equal(firstBytes, firstBytes + firstCount, secondBytes))
+            return false;
+        if (firstCount == 0)
+            return true;
+    }
+}
+
+bool IsSameTime(const struct timespec& first, const struct timespec& second) {
+    return first.tv_sec == second.tv_sec && first.tv_nsec == second.tv_nsec;
+}
+
+// What is still written is not yet what was copied.
+bool IsBeingWritten(Entry entry) {
+    const Descriptor file = OpenToRead(entry);
+    return file && !TakeSharingLocks(file.Get(), GENERIC_READ, FILE_SHARE_READ);
+}
+
+bool HoldSame(Entry first, Entry second, int depth);
+
+bool HoldSameFolder(Entry first, Entry second, int depth) {
     Descriptor firstFolder;
     Descriptor secondFolder;
     std::vector<std::string> firstNames;
     std::vector<std::string> secondNames;
-    if (depth > deepestTree || !ReadNames(first, firstName, firstFolder, firstNames) ||
-        !ReadNames(second, secondName, secondFolder, secondNames) || firstNames != secondNames)
+    if (depth > deepestTree || !ReadNames(first, firstFolder, firstNames) ||
+        !ReadNames(second, secondFolder, secondNames) || firstNames != secondNames)
         return false;
     return std::all_of(firstNames.begin(), firstNames.end(), [&](const std::string& name) {
-        return HoldSame(firstFolder.Get(), name.c_str(), secondFolder.Get(), name.c_str(), depth + 1);
+        return HoldSame({firstFolder.Get(), name.c_str()}, {secondFolder.Get(), name.c_str()}, depth + 1);
     });
 }
 
-bool HoldSame(int first, const char* firstName, int second, const char* secondName, int depth) {
+bool HoldSame(Entry first, Entry second, int depth) {
     struct stat firstStatus;
     struct stat secondStatus;
-    if (::fstatat(first, firstName, &firstStatus, AT_SYMLINK_NOFOLLOW) != 0 ||
-        ::fstatat(second, secondName, &secondStatus, AT_SYMLINK_NOFOLLOW) != 0)
+    if (::fstatat(first.folder, first.name, &firstStatus, AT_SYMLINK_NOFOLLOW) != 0 ||
+        ::fstatat(second.folder, second.name, &secondStatus, AT_SYMLINK_NOFOLLOW) != 0)
         return false;
-    if ((firstStatus.st_mode & S_IFMT) != (secondStatus.st_mode & S_IFMT))
-        return false;
-    if (S_ISDIR(firstStatus.st_mode))
-        return HoldSameFolder(first, firstName, second, secondName, depth);
-    if (S_ISLNK(firstStatus.st_mode))
-        return HoldSameLink(first, second, firstName, secondName);
-    return !S_ISREG(firstStatus.st_mode) || firstStatus.st_size == secondStatus.st_size;
+    if (S_ISDIR(firstStatus.st_mode) && S_ISDIR(secondStatus.st_mode))
+        return HoldSameFolder(first, second, depth);
+    return HoldSameData(first, firstStatus, second, secondStatus) &&
+           !(S_ISREG(firstStatus.st_mode) && IsBeingWritten(first));
 }
 
 } // namespace
+
+bool HoldSameData(Entry first, const struct stat& firstStatus, Entry second, const struct stat& secondStatus) {
+    if ((firstStatus.st_mode & S_IFMT) != (secondStatus.st_mode & S_IFMT))
+        return false;
+    if (S_ISLNK(firstStatus.st_mode))
+        return HoldSameLink(first, second);
+    if (!S_ISREG(firstStatus.st_mode))
+        return S_ISFIFO(firstStatus.st_mode);
+    return firstStatus.st_size == secondStatus.st_size &&
+           (IsSameTime(firstStatus.st_mtim, secondStatus.st_mtim) || HoldSameBytes(first, second));
+}
+
 } // namespace Vellox::Posix
 
 bool Vellox::Platform::HoldSameTree(const WCHAR* first, const WCHAR* second) {
     const Posix::PosixPath firstPlace(first);
     const Posix::PosixPath secondPlace(second);
     return firstPlace.IsValid() && secondPlace.IsValid() &&
-           Posix::HoldSame(AT_FDCWD, firstPlace.Text(), AT_FDCWD, secondPlace.Text(), 0);
+           Posix::HoldSame({AT_FDCWD, firstPlace.Text()}, {AT_FDCWD, secondPlace.Text()}, 0);
 }

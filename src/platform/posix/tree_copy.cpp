@@ -20,12 +20,6 @@ namespace {
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr int placeFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
 
-// A name in an open folder.
-struct Entry {
-    int folder;
-    const char* name;
-};
-
 bool CopyFile(Entry from, Entry to, Existing existing) {
     const Descriptor source(::openat(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status;

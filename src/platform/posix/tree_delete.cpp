@@ -2,6 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "platform/posix/descriptor.h"
 #include "platform/posix/errors.h"
 #include "platform/posix/identity.h"
@@ -33,7 +35,7 @@ std::size_t DeleteListed(DIR* listing, bool& remaining, int depth) {
 bool DeleteFolder(int parent, const char* name, int depth) {
     if (depth == deepestTree)
         return Fail(ERROR_FILENAME_EXCED_RANGE);
-    Descriptor folder(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    Descriptor folder = OpenFolderToEmpty({parent, name});
     const Folder listing(folder ? ::fdopendir(folder.Get()) : nullptr);
     if (listing == nullptr) {
         // An empty folder goes even if it may not be read.
@@ -60,7 +62,32 @@ bool DeleteEntry(int folder, const char* name, bool isKnownFolder, int depth) {
     return DeleteFolder(folder, name, depth);
 }
 
+constexpr int folderFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+// Through the open place, as the name can come to mean something else.
+Descriptor OpenShutFolder(Entry entry) {
+    const Descriptor place(::openat(entry.folder, entry.name, O_PATH | folderFlags));
+    if (place)
+        MayFail(::chmod(("/proc/self/fd/" + std::to_string(place.Get())).c_str(), S_IRWXU));
+    return Descriptor(::openat(entry.folder, entry.name, O_RDONLY | folderFlags));
+}
+
+void LetOwnerIn(int folder) {
+    struct stat status;
+    if (::fstat(folder, &status) == 0 && (status.st_mode & S_IRWXU) != S_IRWXU)
+        MayFail(::fchmod(folder, (status.st_mode & 07777) | S_IRWXU));
+}
+
 } // namespace
+
+Descriptor OpenFolderToEmpty(Entry entry) {
+    Descriptor folder(::openat(entry.folder, entry.name, O_RDONLY | folderFlags));
+    if (!folder && errno == EACCES)
+        folder = OpenShutFolder(entry);
+    if (folder)
+        LetOwnerIn(folder.Get());
+    return folder;
+}
 
 bool DeleteTree(const std::string& path) {
     Place place;

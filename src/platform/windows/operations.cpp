@@ -52,9 +52,12 @@ bool MayBeDeleted(const Text& path) {
 
 class File {
 public:
-    explicit File(const WCHAR* path, DWORD access = FILE_READ_ATTRIBUTES)
-        : handle_(::CreateFileW(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
+    static constexpr DWORD shareReadersOnly = FILE_SHARE_READ | FILE_SHARE_DELETE;
+    static constexpr DWORD shareAll = shareReadersOnly | FILE_SHARE_WRITE;
+
+    explicit File(const WCHAR* path, DWORD access = FILE_READ_ATTRIBUTES, DWORD shareMode = shareAll)
+        : handle_(::CreateFileW(path, access, shareMode, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {
+    }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
     ~File() {
@@ -134,12 +137,17 @@ bool ReadEntries(const Text& folder, std::vector<Entry>& entries) {
     return isWhole;
 }
 
+// What is still written is not yet what was copied.
+bool IsBeingWritten(const Text& path) {
+    return !File(path.c_str(), GENERIC_READ, File::shareReadersOnly).IsOpen();
+}
+
 // Where a link leads is not compared, so one never counts as the same.
 bool HoldSame(const Text& first, const Entry& firstEntry, const Text& second, const Entry& secondEntry) {
     if (firstEntry != secondEntry || (firstEntry.kind & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
         return false;
     if ((firstEntry.kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
-        return true;
+        return !IsBeingWritten(first);
     std::vector<Entry> firstEntries;
     std::vector<Entry> secondEntries;
     return ReadEntries(first, firstEntries) && ReadEntries(second, secondEntries) &&
@@ -147,6 +155,46 @@ bool HoldSame(const Text& first, const Entry& firstEntry, const Text& second, co
                       [&](const Entry& one, const Entry& other) {
                           return HoldSame(first + L'\\' + one.name, one, second + L'\\' + other.name, other);
                       });
+}
+
+bool RemoveCopied(const Text& source, const Entry& sourceEntry, const Text& copy, const Entry& copyEntry);
+
+bool RemoveCopiedEntries(const Text& source, const Text& copy) {
+    std::vector<Entry> entries;
+    std::vector<Entry> copies;
+    if (!ReadEntries(source, entries) || !ReadEntries(copy, copies))
+        return false;
+    bool isEmpty = true;
+    for (const Entry& entry : entries) {
+        const auto found =
+            std::find_if(copies.begin(), copies.end(), [&](const Entry& other) { return other.name == entry.name; });
+        const bool isGone = found != copies.end() &&
+                            RemoveCopied(source + L'\\' + entry.name, entry, copy + L'\\' + found->name, *found);
+        isEmpty = isEmpty && isGone;
+    }
+    return isEmpty;
+}
+
+bool RemoveCopied(const Text& source, const Entry& sourceEntry, const Text& copy, const Entry& copyEntry) {
+    if (sourceEntry != copyEntry || (sourceEntry.kind & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+        return false;
+    const bool isFolder = (sourceEntry.kind & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (isFolder ? !RemoveCopiedEntries(source, copy) : IsBeingWritten(source))
+        return false;
+    ::SetFileAttributesW(source.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only mark would keep it here
+    return (isFolder ? ::RemoveDirectoryW(source.c_str()) : ::DeleteFileW(source.c_str())) != FALSE;
+}
+
+// What cannot be opened to be written was not written either.
+bool Flush(const Text& path, const Entry& entry) {
+    if ((entry.kind & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        const File file(path.c_str(), GENERIC_WRITE);
+        return !file.IsOpen() || ::FlushFileBuffers(file.Get()) != FALSE;
+    }
+    std::vector<Entry> entries;
+    return ReadEntries(path, entries) && std::all_of(entries.begin(), entries.end(), [&](const Entry& below) {
+               return Flush(path + L'\\' + below.name, below);
+           });
 }
 
 bool ReadRootEntry(const WCHAR* path, Entry& entry) {
@@ -191,11 +239,23 @@ bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
     return IsOneOfTheLevels(parent, wanted) || IsOneOfTheLevels(FinalPath(parent), wanted);
 }
 
-bool HoldSameTree(const WCHAR* first, const WCHAR* second) {
-    Entry firstEntry;
-    Entry secondEntry;
-    return ReadRootEntry(first, firstEntry) && ReadRootEntry(second, secondEntry) &&
-           HoldSame(first, firstEntry, second, secondEntry);
+bool HoldSameTree(const WCHAR* source, const WCHAR* copy) {
+    Entry sourceEntry;
+    Entry copyEntry;
+    return ReadRootEntry(source, sourceEntry) && ReadRootEntry(copy, copyEntry) &&
+           HoldSame(source, sourceEntry, copy, copyEntry);
+}
+
+bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy) {
+    Entry sourceEntry;
+    Entry copyEntry;
+    return ReadRootEntry(source, sourceEntry) && ReadRootEntry(copy, copyEntry) &&
+           RemoveCopied(source, sourceEntry, copy, copyEntry);
+}
+
+bool BringToDisk(const WCHAR* path) {
+    Entry entry;
+    return ReadRootEntry(path, entry) && Flush(path, entry);
 }
 
 void CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
