@@ -120,6 +120,13 @@ Entry MakeEntry(const Text& name, DWORD attributes, DWORD sizeHigh, DWORD sizeLo
     return {name, kind, kind == 0 ? size : 0};
 }
 
+// Not a link to one, which the shell takes as a link.
+bool IsFolder(const Text& path) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == FILE_ATTRIBUTE_DIRECTORY;
+}
+
 bool ReadEntries(const Text& folder, std::vector<Entry>& entries) {
     WIN32_FIND_DATAW match;
     HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &match);
@@ -140,6 +147,19 @@ bool ReadEntries(const Text& folder, std::vector<Entry>& entries) {
 // What is still written is not yet what was copied.
 bool IsBeingWritten(const Text& path) {
     return !File(path.c_str(), GENERIC_READ, File::shareReadersOnly).IsOpen();
+}
+
+// True if the shell takes all that the folder holds, here and where it is copied to.
+bool ShellTakesContents(const Text& folder, std::size_t copiedFolderSize) {
+    std::vector<Entry> entries;
+    if (!ReadEntries(folder, entries))
+        return false;
+    return std::all_of(entries.begin(), entries.end(), [&](const Entry& entry) {
+        const std::size_t below = entry.name.size() + 1;
+        const std::size_t longest = std::max(folder.size(), copiedFolderSize) + below;
+        return longest < MAX_PATH && (entry.kind != FILE_ATTRIBUTE_DIRECTORY ||
+                                      ShellTakesContents(folder + L'\\' + entry.name, copiedFolderSize + below));
+    });
 }
 
 // Where a link leads is not compared, so one never counts as the same.
@@ -218,6 +238,9 @@ int RunShellOperation(SHFILEOPSTRUCTW& operation) {
         return ERROR_FILENAME_EXCED_RANGE;
     if (operation.wFunc == FO_DELETE && !MayBeDeleted(from))
         return ERROR_INVALID_NAME;
+    const Text folder = operation.wFunc == FO_COPY ? FolderOf(from) : from;
+    if (IsFolder(folder) && !ShellTakesContents(folder, to.size()))
+        return ERROR_FILENAME_EXCED_RANGE;
     from += L'\0';
     to += L'\0';
     operation.pFrom = from.c_str();
