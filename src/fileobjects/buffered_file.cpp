@@ -6,38 +6,37 @@
 namespace QuirnFiles {
 namespace {
 
+constexpr std::size_t firstCapacity = std::size_t{1} << 20;
+
 std::uint64_t SizeOrNone(std::int64_t size) {
     return size > 0 ? static_cast<std::uint64_t>(size) : 0;
 }
 
 } // namespace
 
-BufferedReader::BufferedReader(CFileBase& file) : file_(file), unread_(SizeOrNone(file.GetRemainingSize())) {
-    buffer_ = std::make_unique_for_overwrite<char[]>(std::min<std::uint64_t>(unread_, fileBufferSize));
+KeepingReader::KeepingReader(CFileBase& file) : file_(file), unread_(SizeOrNone(file.GetRemainingSize())) {}
+
+bool KeepingReader::ReadOn(std::size_t count) {
+    while (unread_ > 0 && bytes_.size() - position_ < count)
+        ReadPiece();
+    return bytes_.size() - position_ >= count;
 }
 
-bool BufferedReader::Refill() {
+void KeepingReader::ReadPiece() {
     const std::size_t wanted = std::min<std::uint64_t>(unread_, fileBufferSize);
-    position_ = 0;
-    end_ = wanted == 0 ? 0 : file_.Read(buffer_.get(), wanted);
-    failed_ = failed_ || end_ < wanted;
+    const std::size_t size = bytes_.size();
+    // Doubled, but never beyond the file.
+    if (bytes_.capacity() < size + wanted)
+        bytes_.reserve(size + std::min<std::uint64_t>(unread_, std::max(size, firstCapacity)));
+    bytes_.resize(size + wanted);
+    const std::size_t read = file_.Read(bytes_.data() + size, wanted);
+    bytes_.resize(size + read);
+    failed_ = read < wanted;
     unread_ = failed_ ? 0 : unread_ - wanted;
-    return end_ > 0;
 }
 
-std::size_t BufferedReader::Read(void* data, std::size_t count) {
-    std::size_t done = 0;
-    while (done < count && (position_ < end_ || Refill())) {
-        const std::size_t piece = std::min(count - done, end_ - position_);
-        std::memcpy(static_cast<char*>(data) + done, buffer_.get() + position_, piece);
-        position_ += piece;
-        done += piece;
-    }
-    return done;
-}
-
-void BufferedReader::SkipToEnd() {
-    position_ = end_;
+void KeepingReader::SkipToEnd() {
+    position_ = bytes_.size();
     unread_ = 0;
 }
 

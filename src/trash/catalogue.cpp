@@ -1,7 +1,6 @@
 #include "trash/catalogue.h"
 
-#include <cstring>
-#include <exception>
+#include <iterator>
 #include <mutex>
 #include <utility>
 
@@ -17,11 +16,6 @@ TrashCatalogue trashCatalogue; // NOLINT(cert-err58-cpp)
 
 namespace {
 
-using QuirnFiles::BufferedReader;
-using QuirnFiles::BufferedWriter;
-
-constexpr std::int32_t currentVersion = 2;
-
 // CFile leaves closing to its user; this one closes on every way out.
 class OpenFile {
 public:
@@ -36,58 +30,6 @@ public:
 private:
     QuirnFiles::CFile file_;
 };
-
-template <typename Integer> Integer ReadInteger(BufferedReader& file) {
-    unsigned char bytes[sizeof(Integer)];
-    if (file.Read(bytes, sizeof bytes) != sizeof bytes)
-        throw VelloxException("Error reading data");
-    std::uint64_t value = 0;
-    for (std::size_t index = sizeof bytes; index > 0; --index)
-        value = (value << 8) | bytes[index - 1];
-    return static_cast<Integer>(value);
-}
-
-template <typename Integer> void WriteInteger(BufferedWriter& file, Integer value) {
-    unsigned char bytes[sizeof(Integer)];
-    for (std::size_t index = 0; index < sizeof bytes; ++index)
-        bytes[index] = static_cast<unsigned char>(static_cast<std::uint64_t>(value) >> (8 * index));
-    if (file.Write(bytes, sizeof bytes) != sizeof bytes)
-        throw VelloxException("Error writing data");
-}
-
-// Never takes more memory than the file has bytes left, whatever the size says.
-bool ReadText(BufferedReader& file, std::uint32_t size, std::string& text) {
-    if (size > file.Remaining()) {
-        file.SkipToEnd();
-        return false;
-    }
-    text.resize(size);
-    if (file.Read(text.data(), size) != size) {
-        text.clear();
-        return false;
-    }
-    text.resize(std::strlen(text.c_str()));
-    return true;
-}
-
-// False, with the empty text, if the file ends before the text does. Other damage shows at the next time that is read.
-bool ReadString(BufferedReader& file, std::string& text) {
-    if (file.Remaining() < sizeof(std::int32_t)) {
-        file.SkipToEnd();
-        return false;
-    }
-    try {
-        const auto size = ReadInteger<std::int32_t>(file);
-        return size < 0 || ReadText(file, static_cast<std::uint32_t>(size), text);
-    } catch (const std::exception&) {
-        return true;
-    }
-}
-
-void WriteString(BufferedWriter& file, const std::string& text) {
-    WriteInteger(file, static_cast<std::int32_t>(text.size() + 1));
-    file.Write(text.c_str(), text.size() + 1);
-}
 
 std::uint64_t CurrentTime() {
     FILETIME time;
@@ -118,39 +60,35 @@ void TrashCatalogue::Load(std::string newFolder) {
     }
     try {
         OpenFile file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
-        BufferedReader reader(file.Get());
-        ReadRecordsBeforeDamage(reader);
+        QuirnFiles::KeepingReader reader(file.Get());
+        CatalogueRecords read;
+        read.Read(reader);
         fileCouldNotBeRead = reader.Failed();
+        Merge(std::move(read));
     } catch (const VelloxException&) {
         // The file is there and did not open.
     }
 }
 
-void TrashCatalogue::ReadRecordsBeforeDamage(BufferedReader& reader) {
-    try {
-        ReadRecords(reader);
-    } catch (const VelloxException&) {
-        // What could be read stays, and the next save repairs the file.
+void TrashCatalogue::Merge(CatalogueRecords read) {
+    const std::lock_guard<CatalogueLock> guard(lock);
+    LetLoadedWait();
+    loaded = std::move(read);
+    for (auto entry = waiting.begin(); entry != waiting.end();) {
+        const CatalogueRecords::Record* record = loaded.Find(entry->first);
+        // Half a record, as a failed save leaves it, does not take the place of a whole one.
+        if (record != nullptr && !record->isWhole)
+            loaded.Remove(entry->first);
+        entry = record != nullptr && record->isWhole ? waiting.erase(entry) : std::next(entry);
     }
 }
 
-void TrashCatalogue::ReadRecords(BufferedReader& reader) {
-    const auto version = ReadInteger<std::int32_t>(reader);
-    const auto count = ReadInteger<std::int32_t>(reader);
-    const std::lock_guard<CatalogueLock> guard(lock);
-    for (std::int32_t index = 0; index < count; ++index) {
-        std::string key;
-        TrashEntry entry;
-        ReadString(reader, key);
-        entry.trashedTime = ReadInteger<std::uint64_t>(reader);
-        const bool isWhole = version < currentVersion || ReadString(reader, entry.restorePath);
-        // The file is in order, so that the end is where its records belong.
-        const std::size_t before = entries.size();
-        const auto stored = entries.try_emplace(entries.end(), std::move(key));
-        // Half a record, as a failed save leaves it, does not take the place of a whole one that waits in memory.
-        if (isWhole || entries.size() > before)
-            stored->second = std::move(entry);
-    }
+// After a failed save the entries of the file wait like any other.
+void TrashCatalogue::LetLoadedWait() {
+    for (const CatalogueRecords::Record& record : loaded.InOrder())
+        waiting.insert_or_assign(std::string(loaded.Key(record)),
+                                 TrashEntry{record.trashedTime, std::string(loaded.RestorePath(record))});
+    loaded = {};
 }
 
 void TrashCatalogue::Save() {
@@ -166,27 +104,39 @@ void TrashCatalogue::Save() {
 void TrashCatalogue::WriteTo(const std::string& path) {
     OpenFile file(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS);
     const std::lock_guard<CatalogueLock> guard(lock);
-    BufferedWriter writer(file.Get());
-    WriteInteger(writer, currentVersion);
-    WriteInteger(writer, static_cast<std::int32_t>(entries.size()));
-    for (const auto& [trashPath, entry] : entries) {
-        WriteString(writer, trashPath);
-        WriteInteger(writer, entry.trashedTime);
-        WriteString(writer, entry.restorePath);
+    QuirnFiles::BufferedWriter writer(file.Get());
+    WriteHeader(writer, loaded.Count() + waiting.size());
+    auto next = waiting.begin();
+    const auto writeWaiting = [&] {
+        WriteRecord(writer, next->first, next->second.trashedTime, next->second.restorePath);
+        ++next;
+    };
+    for (const CatalogueRecords::Record& record : loaded.InOrder()) {
+        while (next != waiting.end() && next->first < loaded.Key(record))
+            writeWaiting();
+        loaded.Write(writer, record);
     }
+    while (next != waiting.end())
+        writeWaiting();
     writer.Finish();
-    entries.clear();
+    loaded = {};
+    waiting.clear();
 }
 
 void TrashCatalogue::Add(std::string trashPath, std::string restorePath) {
     const std::lock_guard<CatalogueLock> guard(lock);
-    entries[std::move(trashPath)] = {CurrentTime(), std::move(restorePath)};
+    loaded.Remove(trashPath);
+    waiting.insert_or_assign(std::move(trashPath), TrashEntry{CurrentTime(), std::move(restorePath)});
 }
 
 bool TrashCatalogue::FindRestorePath(const std::string& trashPath, std::string& restorePath) {
     const std::lock_guard<CatalogueLock> guard(lock);
-    const auto found = entries.find(trashPath);
-    if (found == entries.end())
+    if (const CatalogueRecords::Record* record = loaded.Find(trashPath)) {
+        restorePath = loaded.RestorePath(*record);
+        return !restorePath.empty();
+    }
+    const auto found = waiting.find(trashPath);
+    if (found == waiting.end())
         return false;
     restorePath = found->second.restorePath;
     return !restorePath.empty();
@@ -194,7 +144,8 @@ bool TrashCatalogue::FindRestorePath(const std::string& trashPath, std::string& 
 
 void TrashCatalogue::Remove(const std::string& trashPath) {
     const std::lock_guard<CatalogueLock> guard(lock);
-    entries.erase(trashPath);
+    loaded.Remove(trashPath);
+    waiting.erase(trashPath);
 }
 
 } // namespace Vellox

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 
-#include "fileobjects/buffered_file.h"
 #include "platform/win32.h"
+#include "trash/records.h"
 
 namespace Vellox {
 
@@ -33,13 +34,6 @@ private:
 // Remembers where the items in the trash came from. The file ".trash.db" in the trash folder is the record; the entries
 // in memory are a working copy that each operation on the trash loads, changes and saves.
 //
-// The file, little-endian and without gaps:
-//
-//   version  4 bytes, 2; below 2 the records have no restorePath
-//   count    4 bytes
-//   records  key: string, trashedTime: 8 bytes, restorePath: string; in ascending order of the keys' bytes
-//   string   size: 4 bytes, that of the text and its NUL; the text; a NUL
-//
 // No failure of the file leaves Load or Save.
 class TrashCatalogue {
 public:
@@ -58,12 +52,14 @@ public:
     void Remove(const std::string& trashPath);
 
 private:
-    void ReadRecordsBeforeDamage(QuirnFiles::BufferedReader& reader);
-    void ReadRecords(QuirnFiles::BufferedReader& reader);
+    void Merge(CatalogueRecords read);
+    void LetLoadedWait();
     void WriteTo(const std::string& path);
 
-    // In this order, so that at unload the lock goes first and the entries last.
-    std::map<std::string, TrashEntry> entries; // ordered by unsigned bytes, as std::string compares
+    // In this order, so that at unload the lock goes first and the entries last. The entries stand in two places, and
+    // each in one of them only: those of the file as they were read, and those that no file holds yet.
+    CatalogueRecords loaded;
+    std::map<std::string, TrashEntry, std::less<>> waiting; // ordered by unsigned bytes, as std::string compares
     std::string folder;
     CatalogueLock lock;
     bool fileCouldNotBeRead = false;
