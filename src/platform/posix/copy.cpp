@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 
 #include "platform/posix/descriptor.h"
@@ -21,6 +20,7 @@ namespace Vellox::Posix {
 namespace {
 
 constexpr std::size_t kernelCopySize = std::size_t{1} << 30;
+constexpr off_t unknownSize = -1;
 constexpr std::size_t bufferSize = std::size_t{64} * 1024;
 
 bool WriteAll(int file, const char* data, std::size_t count) {
@@ -34,8 +34,10 @@ bool WriteAll(int file, const char* data, std::size_t count) {
     return true;
 }
 
-bool CopyByReading(int source, int destination) {
+// A piece that does not fill the buffer is the last one, if with it all is there that the file is said to hold.
+bool CopyByReading(int source, int destination, off_t expected) {
     char buffer[bufferSize];
+    off_t done = 0;
     while (true) {
         const ssize_t read = Retried([&] { return ::read(source, buffer, sizeof buffer); });
         if (read < 0)
@@ -44,15 +46,20 @@ bool CopyByReading(int source, int destination) {
             return true;
         if (!WriteAll(destination, buffer, static_cast<std::size_t>(read)))
             return false;
+        done += read;
+        if (done == expected && static_cast<std::size_t>(read) < sizeof buffer)
+            return true;
     }
 }
 
 // The kernel may stop early, at the end of the file or for a reason of its own; reading goes on from there, and
-// finds out which it was.
-bool CopyContents(int source, int destination) {
+// finds out which it was. A small file costs less without it.
+bool CopyContents(int source, int destination, off_t size) {
+    if (size < static_cast<off_t>(bufferSize))
+        return CopyByReading(source, destination, size);
     while (Retried([&] { return ::copy_file_range(source, nullptr, destination, nullptr, kernelCopySize, 0); }) > 0) {
     }
-    return CopyByReading(source, destination);
+    return CopyByReading(source, destination, unknownSize);
 }
 
 // A file system that cannot keep them is no reason to have no copy.
@@ -130,10 +137,8 @@ bool OpenTarget(const PosixPath& path, const struct stat& source, Existing exist
 
 std::string NextTemporaryName() {
     static std::atomic<unsigned> counter{0};
-    char name[48];
-    static_cast<void>(
-        std::snprintf(name, sizeof name, ".vellox-%x-%x.tmp", static_cast<unsigned>(::getpid()), counter++));
-    return name;
+    static const std::string start = ".vellox-" + std::to_string(::getpid()) + "-";
+    return start + std::to_string(counter++) + ".tmp";
 }
 
 TemporaryEntry::~TemporaryEntry() {
@@ -157,7 +162,7 @@ bool CopyRegularFile(int source, const struct stat& status, int folder, const ch
     }));
     if (!copy)
         return FailWritingFromErrno();
-    if (!CopyContents(source, copy.Get()))
+    if (!CopyContents(source, copy.Get(), status.st_size))
         return false;
     KeepFileAttributes(copy.Get(), status);
     return entry.Publish(name, existing);

@@ -84,7 +84,13 @@ bool HoldEntry(Entry entry, const struct stat& status, Descriptor& held) {
     return !held || TakeSharingLocks(held.Get(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
 }
 
-bool CopyOpenFolder(Descriptor from, int to, int depth);
+// A folder to copy into. One that this copy has made is known to hold nothing.
+struct Destination {
+    int folder;
+    bool isNew;
+};
+
+bool CopyOpenFolder(Descriptor from, Destination to, int depth);
 
 bool CopySubfolder(Entry from, Entry to, int depth) {
     Descriptor source(::openat(from.folder, from.name, folderFlags | O_NOFOLLOW));
@@ -97,28 +103,36 @@ bool CopySubfolder(Entry from, Entry to, int depth) {
     const Descriptor destination(::openat(to.folder, to.name, folderFlags | O_NOFOLLOW));
     if (!destination)
         return FailFromErrno();
-    const bool whole = CopyOpenFolder(std::move(source), destination.Get(), depth);
+    const bool whole = CopyOpenFolder(std::move(source), {destination.Get(), isNew}, depth);
     if (isNew)
         KeepFolderAttributes(destination.Get(), status);
     return whole;
 }
 
-bool CopyEntry(Entry from, Entry to, int depth) {
-    struct stat status;
-    if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return FailFromErrno();
-    if (S_ISDIR(status.st_mode))
-        return CopySubfolder(from, to, depth + 1);
+bool CopyOverExisting(Entry from, const struct stat& status, Entry to) {
     struct stat existing;
     if (::fstatat(to.folder, to.name, &existing, AT_SYMLINK_NOFOLLOW) != 0)
-        return CopyAnyButFolder(from, status, to, Existing::Replace);
+        return CopyAnyButFolder(from, status, to, Existing::Refuse);
     if (IsSameEntry(status, existing))
         return Fail(ERROR_SHARING_VIOLATION);
     Descriptor held;
     return HoldEntry(to, existing, held) && CopyAnyButFolder(from, status, to, Existing::Replace);
 }
 
-bool CopyOpenFolder(Descriptor from, int to, int depth) {
+// The kind is the one that the listing told.
+bool CopyEntry(Entry from, unsigned char kind, Destination to, int depth) {
+    const Entry copy{to.folder, from.name};
+    if (kind == DT_REG && to.isNew)
+        return CopyFile(from, copy, Existing::Refuse);
+    struct stat status;
+    if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return FailFromErrno();
+    if (S_ISDIR(status.st_mode))
+        return CopySubfolder(from, copy, depth + 1);
+    return to.isNew ? CopyAnyButFolder(from, status, copy, Existing::Refuse) : CopyOverExisting(from, status, copy);
+}
+
+bool CopyOpenFolder(Descriptor from, Destination to, int depth) {
     if (depth == deepestTree)
         return Fail(ERROR_FILENAME_EXCED_RANGE);
     const Folder listing(::fdopendir(from.Get()));
@@ -128,8 +142,7 @@ bool CopyOpenFolder(Descriptor from, int to, int depth) {
     bool whole = true;
     errno = 0;
     while (const dirent* entry = ::readdir(listing.get())) {
-        const char* name = entry->d_name;
-        if (!IsDotName(name) && !CopyEntry({folder, name}, {to, name}, depth))
+        if (!IsDotName(entry->d_name) && !CopyEntry({folder, entry->d_name}, entry->d_type, to, depth))
             whole = false;
         errno = 0;
     }
@@ -151,7 +164,7 @@ bool CopyTreeContents(const std::string& source, const std::string& destination)
     const Descriptor to(::open(destination.c_str(), folderFlags));
     if (!to)
         return FailFromErrno();
-    const bool whole = CopyOpenFolder(std::move(from), to.Get(), 0);
+    const bool whole = CopyOpenFolder(std::move(from), {to.Get(), isNew}, 0);
     if (isNew)
         KeepFolderAttributes(to.Get(), status);
     return whole;
