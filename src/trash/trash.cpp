@@ -75,6 +75,8 @@ std::string MoveToTrash(const std::string& item, const std::string& trashFolder,
         // Another process was faster with that name, and the entry of that name is the one of its item.
         if (result == MoveResult::DestinationTaken)
             continue;
+        if (result == MoveResult::Failed && !CheckFolderExists(trashFolder) && CreateDirectoryA(trashFolder))
+            continue;
         // What has to stay at its place does not lie in the trash as well.
         if (result == MoveResult::Copied)
             DeleteFolderForGood(trashPath);
@@ -98,8 +100,6 @@ void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
     if (updateCatalogueFile)
         trashCatalogue.Load(trashFolder);
     if (!name.empty()) {
-        if (!CheckFolderExists(trashFolder))
-            CreateDirectoryA(trashFolder);
         std::string trashPath = MoveToTrash(item, trashFolder, std::string(name));
         trashCatalogue.Add(std::move(trashPath), std::move(path));
     }
