@@ -1,8 +1,11 @@
-# Two Debian packages: the library, and what it takes to compile against it.
+# Debian packages: the library, what it takes to compile against it, and the example host.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Vellox maintainers <maintainers@vellox.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL runtime development)
+if(VELLOX_BUILD_EXAMPLES)
+  list(APPEND CPACK_COMPONENTS_ALL songbin)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvellox${PROJECT_VERSION_MAJOR})
@@ -13,6 +16,10 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvellox-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "libvellox${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_SONGBIN_PACKAGE_NAME songbin)
+set(CPACK_DEBIAN_SONGBIN_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_SONGBIN_PACKAGE_DEPENDS "libvellox${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_SONGBIN_DESCRIPTION "${PROJECT_DESCRIPTION}: an example host for the command line")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}: the shared library")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION}: headers and build files")
 include(CPack)

@@ -9,7 +9,6 @@
 #include <vellox/filesystem.h>
 #include <vellox/pathtext.h>
 #include <vellox/processes.h>
-#include <vellox/songs.h>
 #include <vellox/trash.h>
 
 #include "display.h"
@@ -23,36 +22,27 @@ namespace FileNames = Vellox::FileNames;
 namespace songbin {
 namespace {
 
-std::string YesNo(bool value) {
-    return value ? "yes" : "no";
-}
+// ---- Batches ----
 
-void ComplainAbout(const std::string& operand, const std::string& problem) {
-    Complain("\"" + operand + "\" " + problem);
-}
-
-// The work gives what is wrong, or the empty string if it is done. So do all functions here that give a problem.
-bool DoEach(const Operands& operands, std::string (*work)(const std::string& operand)) {
-    bool isAllDone = true;
-    for (const std::string& operand : operands) {
-        const std::string problem = work(operand);
-        if (problem.empty())
+// Gives how many were done. The work gives what is wrong, or the empty string; so do all functions that give a problem.
+std::size_t DoBatch(const Operands& operands, const Attempt& attempt,
+                    std::string (*work)(const std::string& operand, bool isLastOfBatch)) {
+    Progress progress(operands.size());
+    std::size_t done = 0;
+    for (std::size_t index = 0; index < operands.size(); ++index) {
+        progress.Show(index);
+        const std::string problem = work(operands[index], index + 1 == operands.size());
+        if (problem.empty()) {
+            ++done;
             continue;
-        ComplainAbout(operand, problem);
-        isAllDone = false;
+        }
+        progress.Clear();
+        ComplainAbout(attempt, operands[index], problem);
     }
-    return isAllDone;
+    return done;
 }
 
 // ---- put ----
-
-// The library takes UTF-8 and the system any bytes, so something can stand there that only the system sees.
-std::string ExplainMissing(const std::string& path) {
-    std::error_code error;
-    if (fs::exists(fs::symlink_status(SystemPath(path), error)))
-        return "is there, but the library cannot name it: only names in UTF-8 can go into the trash";
-    return "does not exist";
-}
 
 std::string MoveIntoTrash(const std::string& typed, bool isLastOfBatch) {
     const ResolvedPath resolved = ResolvePath(typed);
@@ -62,84 +52,30 @@ std::string MoveIntoTrash(const std::string& typed, bool isLastOfBatch) {
         return ExplainMissing(resolved.path);
     FileNames::DeleteFileToRecycleBin(resolved.path, isLastOfBatch);
     if (IsThere(resolved.path))
-        return "is still there; it could not be moved into " + LocalPath(TrashFolder());
+        return "it is still at " + LocalPath(resolved.path) + " and could not be moved to " + LocalPath(TrashFolder());
     return {};
-}
-
-// ---- list ----
-
-std::string SizeColumn(const std::string& path) {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(SystemPath(path), error);
-    return error ? "-" : FormatSize(static_cast<std::int64_t>(size));
-}
-
-std::vector<std::string> ListRow(const std::string& item) {
-    const std::string path = TrashPath(item);
-    const bool isFolder = IsFolder(path);
-    return {isFolder ? "folder" : "file", isFolder ? "-" : SizeColumn(path), YesNo(FileNames::CanPutBack(path)),
-            Printable(item)};
 }
 
 // ---- restore ----
 
 std::string ExplainRefusal(const std::string& trashPath) {
     if (!FileNames::CanPutBack(trashPath))
-        return "has no record of where it came from; it stays at " + LocalPath(trashPath);
-    return "stays in the trash, as something stands at its old place";
+        return "there is no record of where it came from; it stays at " + LocalPath(trashPath);
+    return "something stands at its old place; it stays at " + LocalPath(trashPath);
 }
 
 // The library's answer alone does not tell whether the item went back.
-std::string PutItemBack(const std::string& name) {
-    const std::vector<std::string> items = TrashItems();
+std::string PutItemBack(const std::string& name, bool /*isLastOfBatch*/) {
     const std::string trashPath = TrashPath(name);
-    if (std::find(items.begin(), items.end(), name) == items.end())
-        return "is not in the trash";
+    if (!IsTrashItem(name))
+        return "there is no such item in " + LocalPath(TrashFolder());
     const bool isTried = FileNames::PutBack(trashPath);
     const bool isStillThere = IsThere(trashPath);
     if (!isTried)
-        return isStillThere ? ExplainRefusal(trashPath) : "went out of the trash by another hand";
+        return isStillThere ? ExplainRefusal(trashPath) : "it went out of the trash by another hand";
     if (isStillThere)
-        return "could not be moved to its old place, and the record of that place is gone; it is at " +
+        return "it could not be moved to its old place, and the record of that place is gone; it is at " +
                LocalPath(trashPath);
-    std::cout << Printable(name) << " is back at its old place\n";
-    return {};
-}
-
-// ---- info ----
-
-std::string SongColumn(const std::string& path) {
-    if (FileNames::IsSongFolder(path))
-        return "song folder";
-    return FileNames::IsSongFile(path) ? "song file, by its name" : "no";
-}
-
-std::string ExtensionColumn(std::string path) {
-    const std::string extension = FileNames::GetExtension(path);
-    return extension == path ? "none" : Printable(extension);
-}
-
-std::string PrintInfo(const std::string& typed) {
-    ResolvedPath resolved = ResolvePath(typed);
-    if (resolved.path.empty())
-        return resolved.problem;
-    std::string& path = resolved.path;
-    const bool isFolder = IsFolder(path);
-    const std::string folderPart = FileNames::GetPathWithoutFilename(path);
-    const std::int64_t space = FileNames::GetAvailableSpace(isFolder ? path : folderPart);
-    std::vector<std::vector<std::string>> rows = {
-        {"Exists", YesNo(IsThere(path))},
-        {"Folder", YesNo(isFolder)},
-        {"Song", SongColumn(path)},
-        {"Extension", ExtensionColumn(path)},
-        {"Folder part", Printable(LocalPath(folderPart))},
-        {"Drive", FileNames::GetPathRoot(path)},
-        {"Free space", FormatAvailableSpace(space)},
-    };
-    if (isFolder)
-        rows.push_back({"Empty", YesNo(FileNames::IsFolderEmpty(FileNames::FormatDirectory(path)))});
-    std::cout << Printable(LocalPath(path)) << '\n';
-    PrintTable(rows, "  ");
     return {};
 }
 
@@ -170,12 +106,12 @@ std::string OpenPath(const std::string& typed) {
     if (resolved.path.empty())
         return resolved.problem;
     if (!IsThere(resolved.path))
-        return "does not exist";
+        return ExplainMissing(resolved.path);
     const std::string program = OpenerProgram();
     Operands words = {QuotedWord(program), QuotedWord(LocalPath(resolved.path))};
     void* process = FileNames::LaunchProcess(program, words);
     if (process == nullptr)
-        return "could not be opened, as " + program + " does not start";
+        return "the program " + program + " does not start";
     const bool hasEnded = FileNames::WaitForProcess(process, openTimeout) == 1;
     CloseProcess(process);
     std::cout << Printable(LocalPath(resolved.path)) << ": " << program
@@ -185,77 +121,74 @@ std::string OpenPath(const std::string& typed) {
 
 } // namespace
 
-bool Put(const Operands& paths) {
+void ComplainAbout(const Attempt& attempt, const std::string& operand, const std::string& problem) {
+    Complain("cannot " + std::string(attempt.verb) + " \"" + operand + "\"" + attempt.rest + ": " + problem);
+}
+
+// The library takes UTF-8 and the system any bytes, so something can stand there that only the system sees.
+std::string ExplainMissing(const std::string& path) {
+    std::error_code error;
+    if (fs::exists(fs::symlink_status(SystemPath(path), error)))
+        return "the library cannot name it: it takes names in UTF-8 only";
+    return "there is nothing at " + LocalPath(path);
+}
+
+bool Put(const Request& request) {
     MakeHomeFolder();
-    const Progress progress(paths.size());
-    std::size_t moved = 0;
-    for (std::size_t index = 0; index < paths.size(); ++index) {
-        progress.Show(index);
-        const std::string problem = MoveIntoTrash(paths[index], index + 1 == paths.size());
-        if (problem.empty()) {
-            ++moved;
-            continue;
-        }
-        progress.Clear();
-        ComplainAbout(paths[index], problem);
-    }
-    progress.Clear();
+    const std::size_t moved = DoBatch(request.operands, {"move", " into the trash"}, MoveIntoTrash);
     // The last path closes the batch, unless it never reached the library; then any question writes what waits.
-    if (moved < paths.size())
+    if (moved < request.operands.size())
         FileNames::CanPutBack(TrashFolder());
-    std::cout << moved << (moved == 1 ? " item" : " items") << " moved into the trash\n";
-    return moved == paths.size();
+    std::cout << CountItems(moved) << " moved into the trash\n";
+    return moved == request.operands.size();
 }
 
-bool List(const Operands& /*none*/) {
-    const std::vector<std::string> items = TrashItems();
-    if (items.empty()) {
-        std::cout << "The trash is empty.\n";
-        return true;
-    }
-    std::vector<std::vector<std::string>> rows = {{"KIND", "SIZE", "CAN GO BACK", "NAME"}};
-    for (const std::string& item : items)
-        rows.push_back(ListRow(item));
-    PrintTable(rows, "");
-    return true;
+bool Restore(const Request& request) {
+    const std::size_t restored = DoBatch(request.operands, {"put", " back"}, PutItemBack);
+    std::cout << CountItems(restored) << " put back\n";
+    return restored == request.operands.size();
 }
 
-bool Restore(const Operands& names) {
-    return DoEach(names, PutItemBack);
-}
-
-bool Info(const Operands& paths) {
-    return DoEach(paths, PrintInfo);
-}
-
-bool Relative(const Operands& fromAndTo) {
-    const ResolvedPath from = ResolvePath(fromAndTo[0]);
-    const ResolvedPath to = ResolvePath(fromAndTo[1]);
+bool Relative(const Request& request) {
+    const std::string& typedFrom = request.operands[0];
+    const std::string& typedTo = request.operands[1];
+    const ResolvedPath from = ResolvePath(typedFrom);
+    const ResolvedPath to = ResolvePath(typedTo);
     std::string relative;
-    const bool isRelated = !from.path.empty() && !to.path.empty() &&
-                           FileNames::GetPathRelativeToOtherFile(relative, from.path, to.path) == 1;
-    if (!isRelated)
-        ComplainAbout(fromAndTo[1], "cannot be expressed relative to " + fromAndTo[0]);
+    std::string problem = from.path.empty() ? "\"" + typedFrom + "\": " + from.problem : to.problem;
+    if (problem.empty() && FileNames::GetPathRelativeToOtherFile(relative, from.path, to.path) != 1)
+        problem = "they have no folder in common, or one is too long";
+    if (!problem.empty())
+        ComplainAbout({"express", (" relative to \"" + typedFrom + "\"").c_str()}, typedTo, problem);
     else
         std::cout << Printable(LocalPath(relative)) << '\n';
-    return isRelated;
+    return problem.empty();
 }
 
-bool Absolute(const Operands& pathAndBase) {
+bool Absolute(const Request& request) {
+    const Operands& pathAndBase = request.operands;
     const bool hasBase = pathAndBase.size() == 2;
     const std::string base = hasBase ? ResolvePath(pathAndBase[1]).path : "";
     const std::string path = LibrarySpelling(pathAndBase[0]);
     const std::string absolute = FileNames::GetAbsolutePath(path, hasBase ? base.c_str() : nullptr);
     if (absolute.empty() || (hasBase && base.empty())) {
-        ComplainAbout(pathAndBase[0], "cannot be made absolute");
+        ComplainAbout({"make", " absolute"}, pathAndBase[0], "it or its base names nothing or is too long");
         return false;
     }
     std::cout << Printable(LocalPath(absolute)) << '\n';
     return true;
 }
 
-bool Open(const Operands& paths) {
-    return DoEach(paths, OpenPath);
+bool Open(const Request& request) {
+    bool isAllDone = true;
+    for (const std::string& typed : request.operands) {
+        const std::string problem = OpenPath(typed);
+        if (problem.empty())
+            continue;
+        ComplainAbout({"open", ""}, typed, problem);
+        isAllDone = false;
+    }
+    return isAllDone;
 }
 
 } // namespace songbin

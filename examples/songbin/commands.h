@@ -5,16 +5,32 @@
 
 namespace songbin {
 
-// Every command takes the words behind its name and says whether all of it was done. What was not is told on
-// standard error.
 using Operands = std::vector<std::string>;
 
-bool Put(const Operands& paths);
-bool List(const Operands& none);
-bool Restore(const Operands& names);
-bool Info(const Operands& paths);
-bool Relative(const Operands& fromAndTo);
-bool Absolute(const Operands& pathAndBase);
-bool Open(const Operands& paths);
+enum class OutputForm { Readable, Json, Names };
+
+struct Request {
+    Operands operands;
+    OutputForm form = OutputForm::Readable;
+};
+
+// Every command says whether all of it was done. What was not is told on standard error.
+bool Put(const Request& request);
+bool List(const Request& request);
+bool Restore(const Request& request);
+bool Info(const Request& request);
+bool Relative(const Request& request);
+bool Absolute(const Request& request);
+bool Open(const Request& request);
+
+// One line on standard error: cannot VERB "OPERAND"REST: PROBLEM.
+struct Attempt {
+    const char* verb;
+    const char* rest;
+};
+void ComplainAbout(const Attempt& attempt, const std::string& operand, const std::string& problem);
+
+// What to say of a path at which the library finds nothing.
+std::string ExplainMissing(const std::string& path);
 
 } // namespace songbin

@@ -46,9 +46,15 @@ std::string Seen(bool isThere) {
     return isThere ? "it is there" : "it is gone";
 }
 
+// The largest value means that nobody knows.
+std::string SpaceText(std::int64_t space) {
+    return space == std::numeric_limits<std::int64_t>::max() ? "unknown" : FormatSize(space);
+}
+
 void Answer(const std::string& call, const std::string& answer) {
     constexpr std::size_t callWidth = 62;
-    std::cout << "   " << PadRight(Printable(call), callWidth) << " => " << Printable(answer) << '\n';
+    std::cout << "   " << PadRight(Printable(call), callWidth) << Coloured(Colour::Grey, " => ")
+              << Coloured(Colour::Green, Printable(answer)) << '\n';
 }
 
 // A path in the scratch place without that place in front.
@@ -79,9 +85,9 @@ std::string FindSample() {
 std::string FindOriginal(const Operands& folder) {
     const ResolvedPath original = folder.empty() ? ResolvedPath{FindSample(), ""} : ResolvePath(folder.front());
     if (original.path.empty())
-        throw std::runtime_error("\"" + folder.front() + "\" " + original.problem);
+        throw std::runtime_error("cannot copy \"" + folder.front() + "\": " + original.problem);
     if (!IsFolder(original.path) || FileNames::GetFilenameWithoutPath(original.path).empty())
-        throw std::runtime_error(LocalPath(original.path) + ": there is no such folder to copy");
+        throw std::runtime_error("cannot copy \"" + LocalPath(original.path) + "\": it is not a folder with a name");
     return original.path;
 }
 
@@ -93,7 +99,7 @@ std::string MakeScratchFolder() {
         if (!folder.empty() && FileNames::CreateDirectoryA(folder))
             return folder;
     }
-    throw std::runtime_error("no scratch folder can be made in " + LocalPath(temporary));
+    throw std::runtime_error("cannot make a scratch folder in \"" + LocalPath(temporary) + "\"");
 }
 
 // ---- Comparing ----
@@ -160,7 +166,7 @@ bool LookInside(DemoState& demo) {
 
 bool AskForSpace(DemoState& demo) {
     const std::int64_t space = FileNames::GetAvailableSpace(demo.song);
-    Answer("GetAvailableSpace(" + Short(demo, demo.song) + ")", FormatAvailableSpace(space));
+    Answer("GetAvailableSpace(" + Short(demo, demo.song) + ")", SpaceText(space));
     return Expect(space != std::numeric_limits<std::int64_t>::max(), "the free space is not known");
 }
 
@@ -264,7 +270,7 @@ constexpr Step lastStep = {"Remove the scratch place for good", CleanUp};
 
 // A step that throws has failed like any other, and the scratch place is removed all the same.
 bool RunStep(int number, const Step& step, DemoState& demo) {
-    std::cout << '\n' << number << ". " << step.title << '\n';
+    std::cout << '\n' << Bold(std::to_string(number) + ". " + step.title) << '\n';
     try {
         if (step.run(demo))
             return true;
@@ -277,9 +283,9 @@ bool RunStep(int number, const Step& step, DemoState& demo) {
 
 } // namespace
 
-bool Demo(const Operands& folder) {
+bool Demo(const Request& request) {
     DemoState demo;
-    demo.original = FindOriginal(folder);
+    demo.original = FindOriginal(request.operands);
     demo.scratch = MakeScratchFolder();
     demo.song = JoinPath(demo.scratch, FileNames::GetFilenameWithoutPath(demo.original));
     const bool hasOwnTrash = ChooseDataFolder(LocalPath(demo.scratch));

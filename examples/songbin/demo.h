@@ -5,6 +5,6 @@
 namespace songbin {
 
 // Shows the library at work on a copy of the song folder given, or of the sample.
-bool Demo(const Operands& folder);
+bool Demo(const Request& request);
 
 } // namespace songbin

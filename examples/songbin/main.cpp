@@ -2,6 +2,7 @@
 #include <exception>
 #include <iostream>
 #include <limits>
+#include <string_view>
 
 #include "commands.h"
 #include "demo.h"
@@ -24,15 +25,16 @@ struct Command {
     const char* help;
     std::size_t fewestOperands;
     std::size_t mostOperands;
-    bool (*run)(const Operands& operands);
+    bool (*run)(const songbin::Request& request);
+    const char* options = "";
 };
 
 constexpr Command commands[] = {
     {"demo", "[FOLDER]", "try the library on a copy of a song folder", 0, 1, songbin::Demo},
     {"put", "PATH...", "move files and folders into the trash", 1, anyNumber, songbin::Put},
-    {"list", "", "list what is in the trash", 0, 0, songbin::List},
+    {"list", "", "list what is in the trash", 0, 0, songbin::List, "--json --names"},
     {"restore", "NAME...", "put items back, by their names in the trash", 1, anyNumber, songbin::Restore},
-    {"info", "PATH...", "tell what the library knows of a path", 1, anyNumber, songbin::Info},
+    {"info", "PATH...", "tell what the library knows of a path", 1, anyNumber, songbin::Info, "--json"},
     {"relative", "FROM TO", "express TO relative to the file FROM", 2, 2, songbin::Relative},
     {"absolute", "PATH [BASE]", "make PATH absolute, against the folder BASE", 1, 2, songbin::Absolute},
     {"open", "PATH...", "start a program on each path: $SONGBIN_OPENER, or the system's own", 1, anyNumber,
@@ -47,6 +49,9 @@ void PrintUsage(std::ostream& output) {
         output << "  " << songbin::PadRight(command.name, nameWidth)
                << songbin::PadRight(command.operands, operandsWidth) << command.help << '\n';
     output << "  " << songbin::PadRight("help", nameWidth + operandsWidth) << "print this; also --help, -h\n"
+           << "\nOptions:\n"
+           << "  --json     list, info: print an array of JSON objects\n"
+           << "  --names    list: print the names alone\n"
            << "\nOperands behind -- may begin with a dash.\n"
            << "Exit status: 0 if all was done, 1 if something was not, 2 for wrong usage.\n";
 }
@@ -68,23 +73,34 @@ const Command* FindCommand(const std::string& name) {
     return nullptr;
 }
 
-// Sorts the words behind the command into operands. Gives the first option among them, none of which is known yet.
-std::string TakeOperands(const Operands& words, Operands& operands) {
+bool TakeOption(const Command& command, const std::string& word, songbin::OutputForm& form) {
+    const bool isKnown = std::string_view(command.options).find(word) != std::string_view::npos;
+    if (isKnown && word == "--json")
+        form = songbin::OutputForm::Json;
+    else if (isKnown && word == "--names")
+        form = songbin::OutputForm::Names;
+    else
+        return false;
+    return true;
+}
+
+// Sorts the words behind the command. Gives the first option among them that the command does not take.
+std::string SortWords(const Command& command, const Operands& words, songbin::Request& request) {
     bool optionsEnded = false;
     for (const std::string& word : words) {
-        if (!optionsEnded && word == "--")
+        if (optionsEnded || word.empty() || word[0] != '-')
+            request.operands.push_back(word);
+        else if (word == "--")
             optionsEnded = true;
-        else if (!optionsEnded && !word.empty() && word[0] == '-')
+        else if (!TakeOption(command, word, request.form))
             return word;
-        else
-            operands.push_back(word);
     }
     return {};
 }
 
 int RunCommand(const Command& command, const Operands& words) {
-    Operands operands;
-    const std::string option = TakeOperands(words, operands);
+    songbin::Request request;
+    const std::string option = SortWords(command, words, request);
     const std::string name = command.name;
     if (AsksForHelp(option)) {
         PrintUsage(std::cout);
@@ -92,11 +108,11 @@ int RunCommand(const Command& command, const Operands& words) {
     }
     if (!option.empty())
         return Misused(name + ": unknown option " + option);
-    if (operands.size() < command.fewestOperands)
+    if (request.operands.size() < command.fewestOperands)
         return Misused(name + ": an operand is missing");
-    if (operands.size() > command.mostOperands)
+    if (request.operands.size() > command.mostOperands)
         return Misused(name + ": too many operands");
-    return command.run(operands) ? done : failed;
+    return command.run(request) ? done : failed;
 }
 
 int Run(const Operands& words) {
@@ -129,7 +145,7 @@ int main(int argumentCount, char** arguments) {
         songbin::PrepareOutput();
         return CheckOutput(Run(Operands(arguments + std::min(argumentCount, 1), arguments + argumentCount)));
     } catch (const std::exception& exception) {
-        std::cerr << "songbin: " << exception.what() << '\n';
+        songbin::Complain(exception.what());
         return failed;
     }
 }

@@ -33,12 +33,12 @@ std::string LibrarySpelling(std::string typed) {
 
 ResolvedPath ResolvePath(const std::string& typed) {
     if (typed.empty())
-        return {"", "names nothing"};
+        return {"", "an empty text names nothing"};
     if (!systemWritesBackslashes && typed.find('\\') != std::string::npos)
-        return {"", "has a backslash in it, which the library takes for a separator"};
+        return {"", "it has a backslash in it, which the library takes for a separator"};
     const std::string path = FileNames::GetAbsolutePath(LibrarySpelling(typed), nullptr);
     if (path.empty())
-        return {"", "is too long to be made absolute, or the current folder is gone; try a shorter one"};
+        return {"", "it is too long to be made absolute, or the current folder is gone"};
     return {WithoutTrailingSeparators(path), ""};
 }
 

@@ -1,20 +1,27 @@
 #pragma once
 
+#include <ctime>
+#include <filesystem>
+#include <optional>
 #include <string>
 
 // What differs from system to system and the C++ library does not offer.
 
 namespace songbin {
 
+bool StandardOutputIsTerminal();
 bool StandardErrorIsTerminal();
 
-// Names are UTF-8, and a console may expect something else. A reader of the output that goes away must not end the
-// program between two moves: the failed write is noticed at the end instead.
+// Names are UTF-8 and colours are escape sequences, and a console may expect neither. A reader of the output that goes
+// away must not end the program between two moves: the failed write is noticed at the end instead.
 void PrepareOutput();
 
 // Sends the library's home folder, and the trash in it, below this folder of the system. False where the system
 // does not let a program choose.
 bool ChooseDataFolder(const std::string& folder);
+
+// When the content was last changed; of a link, where the system can tell, the link itself.
+std::optional<std::time_t> ModifiedTime(const std::filesystem::path& path);
 
 // The program that opens a file with whatever the user has for it.
 std::string DefaultOpener();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include <vellox/filesystem.h>
 #include <vellox/pathtext.h>
@@ -37,7 +38,7 @@ void MakeHomeFolder() {
     RequireHomeFolder();
     const std::string home = GetHomeFolderBase();
     if (!FileNames::CreateDirectories(home))
-        throw std::runtime_error("the home folder cannot be made: " + LocalPath(home));
+        throw std::runtime_error("cannot make the home folder \"" + LocalPath(home) + "\"");
 }
 
 std::vector<std::string> TrashItems() {
@@ -45,13 +46,21 @@ std::vector<std::string> TrashItems() {
     if (!IsThere(trash))
         return {};
     // The library lists what it may not read as empty; this throws instead.
-    const std::filesystem::directory_iterator readable(SystemPath(trash));
+    std::error_code error;
+    const std::filesystem::directory_iterator readable(SystemPath(trash), error);
+    if (error)
+        throw std::runtime_error("cannot list the trash \"" + LocalPath(trash) + "\": " + error.message());
     const std::string everything = FileNames::FormatDirectory(trash);
     std::vector<std::string> names = FileNames::GetFolderFiles(everything);
     Append(names, FileNames::GetFolderSubfolders(everything));
     names.erase(std::remove(names.begin(), names.end(), catalogueName), names.end());
     std::sort(names.begin(), names.end());
     return names;
+}
+
+bool IsTrashItem(const std::string& name) {
+    const std::vector<std::string> items = TrashItems();
+    return std::find(items.begin(), items.end(), name) != items.end();
 }
 
 std::string TrashPath(const std::string& item) {

@@ -14,6 +14,9 @@ void MakeHomeFolder();
 // The names in the trash, sorted, without the catalogue's own file. Throws if the trash cannot be listed.
 std::vector<std::string> TrashItems();
 
+// True if an item of that name, byte for byte, is in the trash now.
+bool IsTrashItem(const std::string& name);
+
 std::string TrashPath(const std::string& item);
 
 } // namespace songbin
