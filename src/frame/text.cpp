@@ -7,14 +7,17 @@
 
 namespace Vellox {
 
-// A sequence of n bytes never gives more than n units, so one call is enough.
+// A sequence of n bytes never gives more than n units, so one call is enough. Not every system counts the terminator
+// behind an unfinished sequence; the unit for that sequence counts.
 WideString Utf8ToWide(const std::string& text) {
     const std::size_t capacity = UpToNul(text).size() + 1;
     if (capacity > INT_MAX)
         return {};
     WideString wide(capacity, 0);
     const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, wide.data(), static_cast<int>(capacity));
-    wide.resize(size > 0 ? static_cast<std::size_t>(size) - 1 : 0);
+    wide.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    if (!wide.empty() && wide.back() == 0)
+        wide.pop_back();
     return wide;
 }
 

@@ -31,12 +31,14 @@ private:
 };
 
 TEST_F(TemporaryNamesTest, MakesAnEmptyFileOfTheSystemsForm) {
-    const char* const rows[][2] = {{"vocal", "voc[0-9A-F]+\\.TMP"},
-                                   {"v", "v[0-9A-F]+\\.TMP"},
-                                   {"", "[0-9A-F]+\\.TMP"},
-                                   {"\xC3\xA9t\xC3\xA9s", "\xC3\xA9t\xC3\xA9[0-9A-F]+\\.TMP"}};
-    for (const auto& [prefix, form] : rows) {
+    const char* const rows[][3] = {{"vocal", "voc[0-9A-F]+\\.TMP", everywhere},
+                                   {"v", "v[0-9A-F]+\\.TMP", everywhere},
+                                   {"", "[0-9A-F]+\\.TMP", everywhere},
+                                   {"\xC3\xA9t\xC3\xA9s", "\xC3\xA9t\xC3\xA9[0-9A-F]+\\.TMP", withoutCodePage}};
+    for (const auto& [prefix, form, onlyOn] : rows) {
         VELLOX_TRACE_ROW(prefix);
+        if (!HoldsHere(onlyOn))
+            continue;
         const std::string name = NameOf(GetTempFilename(prefix));
         EXPECT_TRUE(std::regex_match(name, std::regex(form, std::regex::icase))) << name;
         EXPECT_EQ(ReadFile(At("tmp") / name), "");
@@ -71,7 +73,7 @@ TEST_F(TemporaryNamesTest, GivesEmptyTextWhereNoFileCanBeMade) {
         EXPECT_EQ(GetTempFilenameNoCreate(), "");
         EXPECT_EQ(GetTempFilenameNoCreateW(), WideString());
     };
-    EXPECT_EQ(GetTempFilename("..\\"), "");
+    EXPECT_TRUE(!HoldsHere("linux: Windows takes the prefix as it comes") || GetTempFilename("..\\").empty());
     {
         fs::permissions(At("tmp"), fs::perms::owner_all);
         const AsOrdinaryUser user;
@@ -88,7 +90,7 @@ TEST_F(TemporaryNamesTest, GivesEmptyTextWhereNoFileCanBeMade) {
 
 TEST_F(TemporaryNamesTest, SixteenThreadsGetDifferentFiles) {
     constexpr std::size_t threadCount = 16;
-    constexpr std::size_t callCount = 500;
+    constexpr std::size_t callCount = 100;
     std::vector<std::vector<std::string>> names(threadCount);
     std::vector<std::thread> threads;
     for (auto& own : names)

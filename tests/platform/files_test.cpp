@@ -1,9 +1,4 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
+#include <cstdlib>
 
 #include "frame/text.h"
 #include "platform/win32.h"
@@ -23,63 +18,89 @@ HANDLE Open(const std::string& path, DWORD use, DWORD share, DWORD disposition =
 }
 
 bool Opens(const std::string& path, DWORD use, DWORD share, DWORD disposition = OPEN_EXISTING) {
-    return ::CloseHandle(Open(path, use, share, disposition)) != FALSE;
+    const HANDLE file = Open(path, use, share, disposition);
+    return file != INVALID_HANDLE_VALUE && ::CloseHandle(file) != FALSE;
 }
 
-template <typename Run> bool IsTrueInChild(Run run) {
-    const pid_t process = ::fork();
-    if (process == 0)
-        ::_exit(run() ? 0 : 1);
-    int status = -1;
-    return ::waitpid(process, &status, 0) == process && status == 0;
-}
+// Twelve files, for each way to have one open; in the folder of the process that started this one, if one did.
+class FilesTest : public ScratchTest {
+protected:
+    FilesTest() {
+        if (isStarted)
+            fs::current_path(std::getenv(variable));
+        SetEnvironment(variable, fs::current_path().string());
+        for (DWORD row = 4; row < 16 && !isStarted; ++row)
+            WriteFile(At(std::to_string(row)), "old");
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+    }
+    ~FilesTest() override {
+        SetEnvironment(variable, "");
+        for (const HANDLE file : files)
+            ::CloseHandle(file);
+    }
 
-class FilesTest : public ScratchTest {};
+    void HoldFiles() {
+        for (DWORD row = 4; row < 16; ++row)
+            files.push_back(Open(std::to_string(row), row >> 2, row & both));
+    }
 
-TEST_F(FilesTest, ShareOnlyAsBothSidesAllow) {
-    WriteFile(At("a"), "old");
+    static constexpr const char* variable = "VELLOX_TEST_FOLDER";
+    const bool isStarted = std::getenv(variable) != nullptr && *std::getenv(variable) != 0;
+    std::vector<HANDLE> files;
+};
+
+void ExpectSharing(bool areHeld) {
     for (DWORD row = 0; row < 256; ++row) {
         const DWORD held = row >> 6, heldShare = row >> 4 & both, use = row >> 2 & both, share = row & both;
         if (held == 0 || use == 0)
             continue;
-        const bool isGranted = (use & ~heldShare) == 0 && (held & ~share) == 0;
-        const HANDLE file = Open("a", held, heldShare);
-        ASSERT_TRUE(Opens("a", use, share) == isGranted && Opens("a", use, share) == isGranted) << row;
-        ASSERT_EQ(IsTrueInChild([&] { return Opens("a", use, share); }), isGranted) << row;
-        EXPECT_FALSE(!isGranted && Opens("a", use | writes, share, CREATE_ALWAYS)) << row;
-        ::CloseHandle(file);
-        IsTrueInChild([&] { return Open("a", held, heldShare) == nullptr || ::raise(SIGKILL) != 0; });
-        ASSERT_TRUE(Opens("a", both, 0)) << "after the holder was killed";
+        const bool isGranted = !areHeld || ((use & ~heldShare) == 0 && (held & ~share) == 0);
+        const std::string file = std::to_string(row >> 4);
+        ASSERT_TRUE(Opens(file, use, share) == isGranted && Opens(file, use, share) == isGranted) << row;
+        ASSERT_FALSE(!isGranted && Opens(file, use | writes, share, CREATE_ALWAYS)) << row;
     }
-    EXPECT_EQ(ReadFile("a"), "old");
+}
+
+TEST_F(FilesTest, ShareOnlyAsBothSidesAllow) {
+    if (!isStarted)
+        HoldFiles();
+    ExpectSharing(true);
+    EXPECT_EXIT(EndProcess(), ::testing::ExitedWithCode(0), "") << "in another process";
+}
+
+TEST_F(FilesTest, AreFreeAgainWithoutTheirHolder) {
+    EXPECT_EXIT((HoldFiles(), EndProcess()), ::testing::ExitedWithCode(0), "");
+    ExpectSharing(false);
 }
 
 TEST_F(FilesTest, OpenAtOnceOrNotAtAll) {
-    // NOLINTNEXTLINE(cert-env33-c)
-    ASSERT_EQ(0, std::system("echo old | tee file marked replaced > tee; chmod 444 marked; mkdir folder; mkfifo fifo;"
-                             "ln -s folder link; ln -s loop loop"));
-    const std::tuple<const char*, DWORD, bool, bool> rows[] = {
+    for (const char* name : {"file", "marked", "replaced"})
+        WriteFile(At(name), "old");
+    fs::permissions("marked", fs::perms(0444));
+    fs::create_directory("folder");
+    MakeFifo("fifo");
+    MakeLink("folder", "link");
+    MakeLink("loop", "loop");
+    struct Row {
+        const char* path;
+        DWORD use;
+        bool replaces, opens;
+        const char* onlyOn = everywhere;
+    };
+    const Row rows[] = {
         // clang-format off
         {"file", both, false, true}, {R"(none\..\file)", reads, false, true}, {R"(file\x)", reads, false, false},
         {"none", writes, false, false}, {"", writes, true, false}, {"folder", reads, false, false},
-        {"link", reads, false, false}, {"loop", reads, false, false}, {"fifo", reads, false, true},
-        {"fifo", writes, false, false}, {"marked", reads, false, true}, {"marked", writes, false, false},
-        {"marked", writes, true, false}, {"replaced", writes, true, true}, {"new", writes, true, true},
+        {"link", reads, false, false}, {"loop", reads, false, false}, {"fifo", reads, false, true, withLinks},
+        {"fifo", writes, false, false}, {"marked", reads, false, true}, {"marked", writes, false, false, withRights},
+        {"marked", writes, true, false, withRights}, {"replaced", writes, true, true}, {"new", writes, true, true},
         // clang-format on
     };
-    ::alarm(20);
-    for (const auto& [path, use, replaces, opens] : rows)
-        EXPECT_EQ(Opens(path, use, both, replaces ? CREATE_ALWAYS : OPEN_EXISTING), opens) << path << " " << use;
-    ::alarm(0);
-    EXPECT_TRUE(ReadFile("marked") == "old\n" && ReadFile("replaced").empty());
+    for (const auto& [path, use, replaces, opens, onlyOn] : rows)
+        EXPECT_TRUE(!HoldsHere(onlyOn) || Opens(path, use, both, replaces ? CREATE_ALWAYS : OPEN_EXISTING) == opens)
+            << path << " " << use;
+    EXPECT_TRUE(ReadFile("replaced").empty() && (!HoldsHere(withRights) || ReadFile("marked") == "old"));
     fs::remove("loop");
-    // A handle is never mistaken for a standard stream, and never inherited.
-    EXPECT_TRUE(IsTrueInChild([] {
-        for (int stream = 0; stream < 3; ++stream)
-            ::close(stream);
-        const auto file = reinterpret_cast<std::intptr_t>(Open("file", reads, both));
-        return file >= 3 && (::fcntl(static_cast<int>(file), F_GETFD) & FD_CLOEXEC) != 0;
-    }));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "support/scratch.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -19,21 +20,14 @@ fs::path MakeFolder(const fs::path& parent) {
     return fs::canonical(folder);
 }
 
-void RemoveFolder(const fs::path& folder) {
-    for (const auto& entry : fs::recursive_directory_iterator(folder, fs::directory_options::skip_permission_denied))
-        if (!entry.is_symlink())
-            fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add);
-    fs::remove_all(folder);
-}
-
 std::string DescribeEntry(const fs::path& folder, const fs::path& path) {
     const fs::file_status status = fs::symlink_status(path);
     std::ostringstream line;
-    line << path.lexically_relative(folder).string() << ' ' << static_cast<int>(status.type());
+    line << Win32(path.lexically_relative(folder)) << ' ' << static_cast<int>(status.type());
     if (!fs::is_symlink(status))
         line << ' ' << std::oct << static_cast<unsigned>(status.permissions());
     if (fs::is_symlink(status))
-        line << " -> " << fs::read_symlink(path).string();
+        line << " -> " << Win32(fs::read_symlink(path));
     if (fs::is_regular_file(status))
         line << ": " << ReadFile(path);
     return line.str();
@@ -41,8 +35,20 @@ std::string DescribeEntry(const fs::path& folder, const fs::path& path) {
 
 } // namespace
 
+void RemoveFolder(const fs::path& folder) {
+    for (const auto& entry : fs::recursive_directory_iterator(folder, fs::directory_options::skip_permission_denied))
+        if (!entry.is_symlink())
+            fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add);
+    fs::remove_all(folder);
+}
+
+fs::path Utf8Path(std::string_view text) {
+    return std::u8string(text.begin(), text.end());
+}
+
 std::string Win32(const fs::path& path) {
-    std::string text = path.string();
+    const std::u8string utf8 = path.u8string();
+    std::string text(utf8.begin(), utf8.end());
     std::replace(text.begin(), text.end(), '/', '\\');
     return path.is_absolute() && text[0] == '\\' ? "C:" + text : text;
 }
@@ -83,6 +89,12 @@ ScratchTest::~ScratchTest() {
     RemoveFolder(folder_);
     if (!otherFolder_.empty())
         RemoveFolder(otherFolder_);
+}
+
+void ScratchTest::EndProcess() {
+    fs::current_path(previousFolder_);
+    RemoveFolder(folder_);
+    std::_Exit(HasFailure() ? 1 : 0);
 }
 
 fs::path ScratchTest::OtherVolume() {

@@ -12,6 +12,9 @@ namespace Vellox::Testing {
 
 namespace fs = std::filesystem;
 
+// The path of UTF-8 text, as narrow text means something else to std::filesystem on Windows.
+fs::path Utf8Path(std::string_view text);
+
 // The path as the library takes it: `C:\...`.
 std::string Win32(const fs::path& path);
 
@@ -20,6 +23,9 @@ std::string Win32(const fs::path& path);
 
 void WriteFile(const fs::path& path, std::string_view content);
 std::string ReadFile(const fs::path& path);
+
+// Whatever its entries allow.
+void RemoveFolder(const fs::path& folder);
 
 // Every entry below the folder with its kind, permissions, and content or link target, one line each, in order. Two
 // folders that hold the same give the same text.
@@ -33,8 +39,11 @@ protected:
     ~ScratchTest() override;
 
     // A path in the folder, and the same as the library takes it.
-    fs::path At(std::string_view name) const { return folder_ / name; }
+    fs::path At(std::string_view name) const { return folder_ / Utf8Path(name); }
     std::string In(std::string_view name) const { return Win32(At(name)); }
+
+    // For the process of a death test: ends it and tells whether the test failed there.
+    [[noreturn]] void EndProcess();
 
     // A fresh folder on another volume, removed at the end; skips the test where there is none.
     fs::path OtherVolume();

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,8 +11,13 @@ namespace Vellox::Testing {
 namespace {
 
 constexpr uid_t ordinaryUser = 65534;
+constexpr struct timespec longAgo { 1234567890, 123456700 };
 
 } // namespace
+
+bool HoldsHere(std::string_view onlyOn) {
+    return !onlyOn.starts_with("windows: ");
+}
 
 unsigned ProcessNumber() {
     return static_cast<unsigned>(::getpid());
@@ -29,6 +35,10 @@ void SetEnvironment(const char* name, const std::string& value) {
     ::setenv(name, value.c_str(), 1);
 }
 
+void SetDataFolder(const std::filesystem::path& folder) {
+    SetEnvironment("XDG_DATA_HOME", folder.string());
+}
+
 void SetTemporaryFolder(const std::filesystem::path& folder) {
     SetEnvironment("TMPDIR", folder.string());
 }
@@ -40,6 +50,25 @@ std::filesystem::path FolderOnOtherVolume() {
         here.st_dev == there.st_dev)
         throw std::runtime_error("/dev/shm is not another volume");
     return "/dev/shm";
+}
+
+void MakeLink(const std::filesystem::path& target, const std::filesystem::path& link) {
+    std::filesystem::create_symlink(target, link);
+}
+
+void MakeFifo(const std::filesystem::path& path) {
+    ASSERT_EQ(::mkfifo(path.c_str(), 0640), 0) << path;
+}
+
+void MakeOld(const std::filesystem::path& path) {
+    const struct timespec times[] = {longAgo, longAgo};
+    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
+}
+
+bool IsOld(const std::filesystem::path& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && status.st_mtim.tv_sec == longAgo.tv_sec &&
+           status.st_mtim.tv_nsec == longAgo.tv_nsec;
 }
 
 AsOrdinaryUser::AsOrdinaryUser() {

@@ -144,6 +144,17 @@ bool ReadEntries(const Text& folder, std::vector<Entry>& entries) {
     return isWhole;
 }
 
+// The shell makes nothing out of an empty folder.
+bool IsEmptyFolder(const Text& path) {
+    std::vector<Entry> entries;
+    return IsFolder(path) && ReadEntries(path, entries) && entries.empty();
+}
+
+int MakeFolder(const Text& path) {
+    const bool isThere = IsFolder(path) || ::CreateDirectoryW(path.c_str(), nullptr) != FALSE;
+    return isThere ? ERROR_SUCCESS : static_cast<int>(::GetLastError());
+}
+
 // What is still written is not yet what was copied.
 bool IsBeingWritten(const Text& path) {
     return !File(path.c_str(), GENERIC_READ, File::shareReadersOnly).IsOpen();
@@ -241,6 +252,10 @@ int RunShellOperation(SHFILEOPSTRUCTW& operation) {
     const Text folder = operation.wFunc == FO_COPY ? FolderOf(from) : from;
     if (IsFolder(folder) && !ShellTakesContents(folder, to.size()))
         return ERROR_FILENAME_EXCED_RANGE;
+    if (operation.wFunc == FO_COPY && LiesInFolder(to.c_str(), (folder + L'\\').c_str()))
+        return ERROR_INVALID_NAME;
+    if (operation.wFunc == FO_COPY && IsEmptyFolder(folder))
+        return MakeFolder(to);
     from += L'\0';
     to += L'\0';
     operation.pFrom = from.c_str();
@@ -257,9 +272,9 @@ bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
     BY_HANDLE_FILE_INFORMATION wanted;
     if (!ReadIdentity(folder, wanted))
         return false;
-    const Text parent = FolderOf(FullPath(path));
+    const Text full = FullPath(path);
     // A link below the folder can lead the path elsewhere; without the folder, the path would still be gone.
-    return IsOneOfTheLevels(parent, wanted) || IsOneOfTheLevels(FinalPath(parent), wanted);
+    return IsOneOfTheLevels(full, wanted) || IsOneOfTheLevels(FinalPath(FolderOf(full)), wanted);
 }
 
 bool HoldSameTree(const WCHAR* source, const WCHAR* copy) {
