@@ -1,5 +1,7 @@
 #pragma once
 
+// Files that the host holds open.
+
 #include "frame.h"
 
 // Writes out what the system still buffers of an open file. The handle is the system's own: a HANDLE

@@ -9,16 +9,17 @@
 
 #include "frame.h"
 
+// The functions on paths and files.
 namespace Vellox::FileNames {
 
 // ---- Questions ----
 
-// UTF-8. True if the path names a file or a folder whose attributes can be read, whether or not it
+// True if the path (UTF-8) names a file or a folder whose attributes can be read, whether or not it
 // could be opened. A link counts by itself, even if it points nowhere.
 VELLOX_API bool CheckFileExistsEvenIfNotAccessible(std::string path);
 
-// Narrow. True if the question could be answered; isDirectory then says whether the path is a folder
-// or a link to one. On false, isDirectory keeps what it held.
+// True if it could be found out what the path (narrow) is; isDirectory then says whether it is a
+// folder or a link to one. On false, isDirectory keeps what it held.
 VELLOX_API bool CheckPathIsDirectory(std::string path, bool& isDirectory);
 
 // Constants on these platforms: IsSpecialFile sets the flag to true and gives false, IsSymlink gives
@@ -26,29 +27,29 @@ VELLOX_API bool CheckPathIsDirectory(std::string path, bool& isDirectory);
 VELLOX_API bool IsSpecialFile(std::string path, bool& flag);
 VELLOX_API bool IsSymlink(std::string path);
 
-// UTF-8. True if nothing matches the search pattern, such as C:\x\*. A plain folder path, with or
+// True if nothing matches the search pattern (UTF-8), such as `C:\x\*`. A plain folder path, with or
 // without a trailing `\`, asks for that folder's contents. A folder that is missing or cannot be
 // listed counts as empty; the name of a file gives false.
 VELLOX_API bool IsFolderEmpty(std::string pattern);
 
-// Narrow. The bytes that the user may still write on the volume of the folder. If the folder is not
+// The bytes that the user may still write on the volume of the folder (narrow). If the folder is not
 // there or the query fails: 9223372036854775807, the largest value, not 0.
 VELLOX_API std::int64_t GetAvailableSpace(std::string path);
 
 // The path of the running executable, narrow; empty if the system does not tell it.
 VELLOX_API std::string GetModuleFilename();
 
-// Narrow. Changes the current directory of the process, for all threads. A failure changes nothing
+// Makes the folder (narrow) the current directory of the process, for all threads. A failure changes nothing
 // and is not reported.
 VELLOX_API void VelloxSetCurrentDirectory(const char* path);
 
 // ---- Creating folders ----
 
-// UTF-8. Makes one folder whose parent exists. False if it could not be made, so also if the name is
+// Makes one folder (UTF-8) whose parent exists. False if it could not be made, so also if the name is
 // taken already.
 VELLOX_API bool CreateDirectoryA(std::string path);
 
-// UTF-8, `\` only. Makes every missing level of the path. The first component stands for the drive
+// Makes every missing level of the path (UTF-8, only `\` separates). The first component stands for the drive
 // and is neither tested nor made: `Songs` alone makes nothing and gives true. `\a\b` makes `\a` and
 // `\a\b`; of `\\server\share\a`, `\\server\share` stands for the drive.
 //   C:\a\b => makes C:\a, C:\a\b    C: => true, nothing made    "" => true    C:/a/b => true, nothing
@@ -58,7 +59,7 @@ VELLOX_API bool CreateDirectories(std::string path);
 
 // ---- Listing ----
 
-// UTF-8. The names, without their folder, of the entries that match the search pattern and are no
+// The names, without their folder, of the entries that match the search pattern (UTF-8) and are no
 // folders (GetFolderFiles) or are folders (GetFolderSubfolders; links to folders count). The last
 // component may hold `*` and `?`; a name without them matches the one entry of that name. "." and
 // ".." never appear. The order is the system's own. A pattern that cannot be searched, one that ends
@@ -66,7 +67,7 @@ VELLOX_API bool CreateDirectories(std::string path);
 VELLOX_API std::vector<std::string> GetFolderFiles(std::string pattern);
 VELLOX_API std::vector<std::string> GetFolderSubfolders(std::string pattern);
 
-// The same list, one name at a time, from the last to the first.
+// The list of files, one name at a time, from the last to the first.
 //
 // With name null: lists the files, stores a new listing in *state (what was there is overwritten) and
 // gives their number. With name not null: the pattern is not looked at; copies the next name into
@@ -79,6 +80,7 @@ VELLOX_API std::int32_t GetFolderFiles(const char* pattern, char* name, std::int
 
 // ---- Copying and deleting ----
 
+// Why a file was not copied.
 enum CopyFileError : std::int32_t {
     SourceNotReadable = 0,      // a read fault, or a file that someone holds, on either side
     SourceNotFound = 1,         // the source cannot be opened for reading, or is a folder
@@ -86,7 +88,7 @@ enum CopyFileError : std::int32_t {
     DestinationNotWritable = 3, // any other failure
 };
 
-// UTF-8. Copies one file; its folder must exist. True if it was copied. With failIfExists a taken
+// Copies one file to a path whose folder exists (both UTF-8). True if it was copied. With failIfExists a taken
 // destination is a failure, otherwise it is replaced, unless it is read-only or held.
 //
 // On failure the destination is what it was, old or absent, never torn, and *error, if error is not
@@ -103,7 +105,7 @@ VELLOX_API bool CopyFileA(std::string source, std::string destination, bool fail
 // the destination afterwards.
 VELLOX_API void CopyFolder(std::string source, std::string destination);
 
-// Deletes the folder with its contents; the path is read as in CopyFolder and taken literally. A link
+// Deletes the folder with its contents. The path is read as in CopyFolder and taken literally. A link
 // is removed, what it points to is not touched.
 //   showShellDialogs true: for good, on Windows with the shell's own questions, on Linux without.
 //   permanently false:     into the system's recycle bin; what cannot be recycled stays.
@@ -113,7 +115,7 @@ VELLOX_API void DeleteFolderWithContents(const char* path, bool showShellDialogs
 
 // ---- Free names ----
 
-// UTF-8. The first name that is free among stem + extension, stem + 1 + extension, and so on. Nothing
+// The first name (UTF-8) that is free among stem + extension, stem + 1 + extension, and so on. Nothing
 // is created, so the name is a proposal that someone else can take first. The extension carries its
 // own dot. Taken means: a file that can be opened for reading stands there. A folder does not count,
 // nor does a file that cannot be opened.
@@ -123,7 +125,8 @@ VELLOX_API void DeleteFolderWithContents(const char* path, bool showShellDialogs
 VELLOX_API std::string ComposeNewFilenameAndCheckExists(std::string stem, std::string extension);
 VELLOX_API std::string ComposeNewFilenameAndCheckExists(std::string folder, std::string stem, std::string extension);
 
-// The same for folders, with a blank before the number. Taken means: any file or folder stands there.
+// The first free name for a folder, in the same way but with a blank before the number. Taken means: any file or folder
+// stands there.
 //   C:\w\New, "" => C:\w\New, if taken C:\w\New 1, C:\w\New 2, ...
 VELLOX_API std::string ComposeNewFolderAndCheckExists(std::string stem, std::string tail);
 VELLOX_API std::string ComposeNewFolderAndCheckExists(std::string folder, std::string stem, std::string tail);

@@ -4,20 +4,24 @@
 //
 // Rules that hold in every header of vellox:
 //
-// Text       A narrow string is a string of bytes that carries no mark of its encoding. Functions
-//            that reach the file system say how they read it: as UTF-8, or as the bytes of the
-//            system's own narrow text (the ANSI code page on Windows, plain bytes on Linux). While a
-//            path is pure ASCII the two agree. Text that reaches the system ends at its first NUL.
-// Paths      `\` is the separator that comes out; `C:` is a drive, on Linux the root `/`. Each
-//            function says whether `/` counts on the way in.
-// Failures   A failure of the file system is a plain value (false, an empty string, an empty list,
-//            null), never an exception. Only the standard exceptions for exhausted memory and
-//            oversized strings pass through.
-// Ownership  Strings go in by value, so the caller's copy is untouched; what comes back is new and
-//            the caller's own.
-// Threads    Functions share no data and may run on any thread at once, unless their header says
-//            otherwise. A relative path is resolved against the current directory of the process at
-//            the moment of the call.
+// Text: a narrow string is a string of bytes that carries no mark of its encoding. Functions that
+// reach the file system say how they read it: as UTF-8, or as the bytes of the system's own narrow
+// text (the ANSI code page on Windows, plain bytes on Linux). While a path is pure ASCII the two
+// agree. Text that reaches the system ends at its first NUL.
+//
+// Paths: `\` is the separator that comes out; `C:` is a drive, on Linux the root `/`. Each function
+// says whether `/` counts on the way in.
+//
+// Failures: a failure of the file system is a plain value (false, an empty string, an empty list,
+// null), never an exception. Only the standard exceptions for exhausted memory and oversized strings
+// pass through.
+//
+// Ownership: strings go in by value, so the caller's copy is untouched; what comes back is new and the
+// caller's own.
+//
+// Threads: functions share no data and may run on any thread at once, unless their header says
+// otherwise. A relative path is resolved against the current directory of the process at the moment of
+// the call.
 
 #include <cstdint>
 #include <string>
@@ -35,6 +39,7 @@
 #define VELLOX_API __attribute__((visibility("default")))
 #endif
 
+// Everything but the global names of the host's frame.
 namespace Vellox {
 
 // One 16-bit unit of UTF-16, in the type that the system's headers use for it.
@@ -43,11 +48,17 @@ using WideChar = wchar_t;
 #else
 using WideChar = char16_t;
 #endif
+
+// Wide text: UTF-16.
 using WideString = std::basic_string<WideChar>;
 
+// What the host tells of its threads.
 namespace Threading {
-// Storage for the host: 0 until the host writes it, and never read or written by the library.
+
+// Storage for the host, by its name for the id of a thread: 0 until the host writes it, and never read or
+// written by the library.
 extern VELLOX_API std::int32_t mainThreadId;
+
 } // namespace Threading
 
 } // namespace Vellox
@@ -84,8 +95,7 @@ VELLOX_API std::string GetHomeFolderBase();
 // The same as GetHomeFolderBase.
 VELLOX_API std::string GetProgramFolderUserDocuments();
 
-// The next three do nothing on these platforms. Their arguments are not read, so null text is
-// harmless.
+// Does nothing on these platforms. The arguments are not read, so null text is harmless.
 VELLOX_API void CheckExtractAssetFile(std::string asset, std::string destination);
 VELLOX_API void SendCrashlyticsNonFatal(const char* text, std::int32_t code);
 VELLOX_API void VelloxCrashlyticsLog(const char* text);

@@ -4,13 +4,15 @@
 // nothing but their arguments.
 //
 // Each function has its own idea of a separator and of the dot that counts; the rows show it. Paths
-// in the rows stand bare, C:\w is the current directory, and `""` is the empty string.
+// in the rows stand bare, `C:\w` is the current directory, and `""` is the empty string.
 
 #include "frame.h"
 
 namespace Vellox::FileNames {
 
-// ---- Extensions. Only `\` separates; `/` is an ordinary character. ----
+// ---- Extensions ----
+//
+// Only `\` separates here; `/` is an ordinary character.
 
 // The extension of the last component, dot included, or the whole path if it has none: a result equal
 // to the input means "no extension".

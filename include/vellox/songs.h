@@ -1,5 +1,7 @@
 #pragma once
 
+// What a song is, by its name or by what its folder holds.
+
 #include "frame.h"
 
 namespace Vellox::FileNames {

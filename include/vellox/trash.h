@@ -37,7 +37,7 @@ VELLOX_API void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFil
 // whether its old place is free, is not looked at. Rewrites the catalogue.
 VELLOX_API bool CanPutBack(std::string trashPath);
 
-// Moves the item back to where it came from and drops its record.
+// Moves the item back to where it came from, and drops its record.
 //
 // False if the catalogue does not know the item, or if something stands at its old place: then nothing
 // moves and the record stays. True says that the move was tried: if the old folder is gone or may not
