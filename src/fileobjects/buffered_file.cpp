@@ -14,7 +14,10 @@ std::uint64_t SizeOrNone(std::int64_t size) {
 
 } // namespace
 
-KeepingReader::KeepingReader(CFileBase& file) : file_(file), unread_(SizeOrNone(file.GetRemainingSize())) {}
+// A file of which the system does not tell the size looks like an empty one.
+KeepingReader::KeepingReader(CFileBase& file)
+    : file_(file), unread_(SizeOrNone(file.GetRemainingSize())),
+      failed_(unread_ == 0 && file.Seek(0, CFileBase::FromEnd) != 0) {}
 
 bool KeepingReader::ReadOn(std::size_t count) {
     while (unread_ > 0 && bytes_.size() - position_ < count)

@@ -43,7 +43,7 @@ private:
     std::string bytes_;
     std::size_t position_ = 0;
     std::uint64_t unread_;
-    bool failed_ = false;
+    bool failed_;
 };
 
 // Writes a file in large pieces. What is still in the buffer at the end goes out with Finish, and with nothing else.
