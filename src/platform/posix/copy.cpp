@@ -72,16 +72,16 @@ void KeepFileAttributes(int file, const struct stat& status) {
 // Opens without a wait, and without being refused because the user may only write.
 Descriptor OpenForReplacing(const char* path) {
     const int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    Descriptor file(::open(path, O_RDWR | flags));
+    Descriptor file = Open(path, O_RDWR | flags);
     if (!file && errno == EACCES)
-        file = Descriptor(::open(path, O_WRONLY | flags));
+        file = Open(path, O_WRONLY | flags);
     if (!file)
         FailFromErrno();
     return file;
 }
 
 Descriptor OpenSource(const PosixPath& path, struct stat& status) {
-    Descriptor source(Retried([&] { return ::open(path.Text(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+    Descriptor source = Open(path.Text(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (!source || ::fstat(source.Get(), &status) != 0) {
         FailFromErrno();
         return {};
@@ -116,7 +116,7 @@ bool OpenTargetFolder(std::string_view path, Target& target) {
     Place place;
     if (!SplitLastComponent(path, place))
         return Fail(ERROR_ACCESS_DENIED);
-    target.folder = Descriptor(::open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    target.folder = Open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     target.name = place.name;
     return target.folder || FailFromErrno();
 }
@@ -158,7 +158,7 @@ bool TemporaryEntry::Publish(const char* name, Existing existing) {
 bool CopyRegularFile(int source, const struct stat& status, int folder, const char* name, Existing existing) {
     TemporaryEntry entry(folder);
     const Descriptor copy(entry.Create([](int place, const char* temporary) {
-        return ::openat(place, temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        return OpenAt(place, temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600).Release();
     }));
     if (!copy)
         return FailWritingFromErrno();

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <memory>
 #include <utility>
+
+#include "platform/posix/errors.h"
 
 namespace Vellox::Posix {
 
@@ -32,6 +35,14 @@ public:
 private:
     int number_ = -1;
 };
+
+// No signal keeps a file from being opened.
+inline Descriptor Open(const char* path, int flags, mode_t mode = 0) {
+    return Descriptor(Retried([&] { return ::open(path, flags, mode); }));
+}
+inline Descriptor OpenAt(int folder, const char* name, int flags, mode_t mode = 0) {
+    return Descriptor(Retried([&] { return ::openat(folder, name, flags, mode); }));
+}
 
 struct CloseFolder {
     void operator()(DIR* folder) const { ::closedir(folder); }

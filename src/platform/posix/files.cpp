@@ -37,7 +37,7 @@ bool EmptyFile(int descriptor, const struct stat& status) {
 }
 
 Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD disposition) {
-    Descriptor file(Retried([&] { return ::open(path.Text(), OpenFlags(access, disposition), 0666); }));
+    Descriptor file = Open(path.Text(), OpenFlags(access, disposition), 0666);
     struct stat status;
     if (!file || ::fstat(file.Get(), &status) != 0) {
         FailFromErrno();

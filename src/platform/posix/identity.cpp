@@ -15,10 +15,10 @@ constexpr int walkFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
 
 // The folder itself if it is there, or else the one that it would stand in.
 Descriptor OpenNearestFolder(const std::string& path) {
-    Descriptor folder(::open(path.c_str(), walkFlags));
+    Descriptor folder = Open(path.c_str(), walkFlags);
     Place place;
     if (!folder && SplitLastComponent(path, place))
-        folder = Descriptor(::open(place.folder.c_str(), walkFlags));
+        folder = Open(place.folder.c_str(), walkFlags);
     return folder;
 }
 
@@ -43,7 +43,7 @@ bool LiesInFolder(const std::string& path, const struct stat& folder) {
     while (level && ::fstat(level.Get(), &status) == 0) {
         if (IsSameEntry(status, folder))
             return true;
-        Descriptor above(::openat(level.Get(), "..", walkFlags));
+        Descriptor above = OpenAt(level.Get(), "..", walkFlags);
         struct stat aboveStatus;
         const bool isRoot = above && ::fstat(above.Get(), &aboveStatus) == 0 && IsSameEntry(status, aboveStatus);
         if (isRoot)
@@ -77,7 +77,7 @@ void Vellox::Platform::CopyFolderAttributes(const WCHAR* from, const WCHAR* to) 
     struct stat status;
     if (!source.IsValid() || !destination.IsValid() || ::stat(source.Text(), &status) != 0)
         return;
-    const Descriptor folder(::open(destination.Text(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor folder = Open(destination.Text(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (folder)
         KeepFolderAttributes(folder.Get(), status);
 }

@@ -61,7 +61,7 @@ bool CreateNewFile(const std::string& path) {
     const PosixPath place(path.c_str());
     if (!place.IsValid())
         return false;
-    const Descriptor file(Retried([&] { return ::open(place.Text(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); }));
+    const Descriptor file = Open(place.Text(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     return file || FailFromErrno();
 }
 

@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t comparedSize = std::size_t{32} * 1024;
 
 bool ReadNames(Entry entry, Descriptor& opened, std::vector<std::string>& names) {
-    opened = Descriptor(::openat(entry.folder, entry.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    opened = OpenAt(entry.folder, entry.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     Descriptor listed(opened ? ::fcntl(opened.Get(), F_DUPFD_CLOEXEC, 0) : -1);
     const Folder listing(listed ? ::fdopendir(listed.Get()) : nullptr);
     if (listing == nullptr)
@@ -60,7 +60,7 @@ ssize_t ReadPiece(int file, char* buffer, std::size_t size) {
 }
 
 Descriptor OpenToRead(Entry entry) {
-    return Descriptor(::openat(entry.folder, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return OpenAt(entry.folder, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
 }
 
 bool HoldSameBytes(Entry first, Entry second) {

@@ -21,7 +21,7 @@ constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr int placeFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
 
 bool CopyFile(Entry from, Entry to, Existing existing) {
-    const Descriptor source(::openat(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor source = OpenAt(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     struct stat status;
     if (!source || ::fstat(source.Get(), &status) != 0)
         return FailFromErrno();
@@ -78,9 +78,9 @@ bool HoldEntry(Entry entry, const struct stat& status, Descriptor& held) {
     if (!S_ISREG(status.st_mode))
         return true;
     constexpr int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    held = Descriptor(::openat(entry.folder, entry.name, O_RDONLY | flags));
+    held = OpenAt(entry.folder, entry.name, O_RDONLY | flags);
     if (!held)
-        held = Descriptor(::openat(entry.folder, entry.name, O_WRONLY | flags));
+        held = OpenAt(entry.folder, entry.name, O_WRONLY | flags);
     return !held || TakeSharingLocks(held.Get(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
 }
 
@@ -93,14 +93,14 @@ struct Destination {
 bool CopyOpenFolder(Descriptor from, Destination to, int depth);
 
 bool CopySubfolder(Entry from, Entry to, int depth) {
-    Descriptor source(::openat(from.folder, from.name, folderFlags | O_NOFOLLOW));
+    Descriptor source = OpenAt(from.folder, from.name, folderFlags | O_NOFOLLOW);
     struct stat status;
     if (!source || ::fstat(source.Get(), &status) != 0)
         return FailFromErrno();
     const bool isNew = ::mkdirat(to.folder, to.name, 0700) == 0;
     if (!isNew && errno != EEXIST)
         return FailFromErrno();
-    const Descriptor destination(::openat(to.folder, to.name, folderFlags | O_NOFOLLOW));
+    const Descriptor destination = OpenAt(to.folder, to.name, folderFlags | O_NOFOLLOW);
     if (!destination)
         return FailFromErrno();
     const bool whole = CopyOpenFolder(std::move(source), {destination.Get(), isNew}, depth);
@@ -152,7 +152,7 @@ bool CopyOpenFolder(Descriptor from, Destination to, int depth) {
 } // namespace
 
 bool CopyTreeContents(const std::string& source, const std::string& destination) {
-    Descriptor from(::open(source.c_str(), folderFlags));
+    Descriptor from = Open(source.c_str(), folderFlags);
     struct stat status;
     if (!from || ::fstat(from.Get(), &status) != 0)
         return FailFromErrno();
@@ -161,7 +161,7 @@ bool CopyTreeContents(const std::string& source, const std::string& destination)
     const bool isNew = ::mkdir(destination.c_str(), 0700) == 0;
     if (!isNew && errno != EEXIST)
         return FailFromErrno();
-    const Descriptor to(::open(destination.c_str(), folderFlags));
+    const Descriptor to = Open(destination.c_str(), folderFlags);
     if (!to)
         return FailFromErrno();
     const bool whole = CopyOpenFolder(std::move(from), {to.Get(), isNew}, 0);
@@ -178,7 +178,7 @@ bool Vellox::Platform::CopyLink(const WCHAR* link, const WCHAR* newLink) {
     Posix::Place place;
     if (!from.IsValid() || !to.IsValid() || !Posix::SplitLastComponent(to.View(), place))
         return false;
-    const Posix::Descriptor folder(::open(place.folder.c_str(), Posix::placeFlags));
+    const Posix::Descriptor folder = Posix::Open(place.folder.c_str(), Posix::placeFlags);
     struct stat status;
     if (!folder || ::lstat(from.Text(), &status) != 0)
         return Posix::FailFromErrno();

@@ -66,10 +66,10 @@ constexpr int folderFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 // Through the open place, as the name can come to mean something else.
 Descriptor OpenShutFolder(Entry entry) {
-    const Descriptor place(::openat(entry.folder, entry.name, O_PATH | folderFlags));
+    const Descriptor place = OpenAt(entry.folder, entry.name, O_PATH | folderFlags);
     if (place)
         MayFail(::chmod(("/proc/self/fd/" + std::to_string(place.Get())).c_str(), S_IRWXU));
-    return Descriptor(::openat(entry.folder, entry.name, O_RDONLY | folderFlags));
+    return OpenAt(entry.folder, entry.name, O_RDONLY | folderFlags);
 }
 
 void LetOwnerIn(int folder) {
@@ -81,7 +81,7 @@ void LetOwnerIn(int folder) {
 } // namespace
 
 Descriptor OpenFolderToEmpty(Entry entry) {
-    Descriptor folder(::openat(entry.folder, entry.name, O_RDONLY | folderFlags));
+    Descriptor folder = OpenAt(entry.folder, entry.name, O_RDONLY | folderFlags);
     if (!folder && errno == EACCES)
         folder = OpenShutFolder(entry);
     if (folder)
@@ -93,7 +93,7 @@ bool DeleteTree(const std::string& path) {
     Place place;
     if (!SplitLastComponent(path, place))
         return Fail(ERROR_ACCESS_DENIED);
-    const Descriptor folder(::open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folder = Open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     if (!folder)
         return FailFromErrno();
     return DeleteEntry(folder.Get(), place.name.c_str(), false, 0);

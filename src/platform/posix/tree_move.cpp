@@ -28,7 +28,7 @@ bool RemoveIfSame(Entry source, const struct stat& status, Entry copy) {
 
 // Nobody may write from the comparison to the end, as his bytes would end with the file.
 bool RemoveCopiedFile(Entry source, Entry copy) {
-    const Descriptor file(::openat(source.folder, source.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file = OpenAt(source.folder, source.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     struct stat status;
     if (!file || ::fstat(file.Get(), &status) != 0)
         return FailFromErrno();
@@ -41,7 +41,7 @@ bool RemoveCopiedFolder(Entry source, Entry copy, int depth) {
     if (depth > deepestTree)
         return Fail(ERROR_FILENAME_EXCED_RANGE);
     Descriptor opened = OpenFolderToEmpty(source);
-    const Descriptor copyFolder(::openat(copy.folder, copy.name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor copyFolder = OpenAt(copy.folder, copy.name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     const Folder listing(opened && copyFolder ? ::fdopendir(opened.Get()) : nullptr);
     if (listing == nullptr)
         return FailFromErrno();
@@ -82,6 +82,6 @@ bool Vellox::Platform::BringToDisk(const WCHAR* path) {
     const PosixPath place(path);
     if (!place.IsValid())
         return false;
-    const Descriptor entry(::open(place.Text(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor entry = Open(place.Text(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     return entry && (Retried([&] { return ::syncfs(entry.Get()); }) == 0 || FailWritingFromErrno());
 }
