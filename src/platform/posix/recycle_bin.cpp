@@ -48,7 +48,7 @@ bool FindItem(const std::string& path, Item& item) {
 Descriptor OpenPrivateFolder(int parent, const char* name) {
     if (::mkdirat(parent, name, 0700) != 0 && errno != EEXIST)
         return {};
-    return Descriptor(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return OpenAt(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
 bool OpenBinIn(const Descriptor& folder, const Item& item, Bin& bin) {
@@ -69,21 +69,24 @@ bool OpenHomeBin(const Item& item, Bin& bin) {
         return FailFromErrno();
     if (status.st_dev != item.volume)
         return Fail(ERROR_NOT_SAME_DEVICE);
-    const Descriptor folder(::open(data.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folder = Open(data.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     return folder && OpenBinIn(OpenPrivateFolder(folder.Get(), "Trash"), item, bin);
 }
 
-std::string TopFolderOf(const Item& item) {
-    std::string top = item.folder;
+// Nobody would look for a bin below the top.
+bool FindTopFolder(const Item& item, std::string& top) {
+    top = item.folder;
     while (top != "/") {
         const std::size_t separator = top.rfind('/');
         const std::string above = top.substr(0, separator == 0 ? 1 : separator);
         struct stat status;
-        if (::stat(above.c_str(), &status) != 0 || status.st_dev != item.volume)
+        if (::stat(above.c_str(), &status) != 0)
+            return FailFromErrno();
+        if (status.st_dev != item.volume)
             break;
         top = above;
     }
-    return top;
+    return true;
 }
 
 // The shared folder that an administrator made counts only with its sticky bit, so that users are safe from each
@@ -93,13 +96,14 @@ Descriptor OpenSharedBinFolder(int top, const std::string& user) {
     if (::fstatat(top, ".Trash", &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(status.st_mode) ||
         (status.st_mode & S_ISVTX) == 0)
         return {};
-    const Descriptor shared(::openat(top, ".Trash", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor shared = OpenAt(top, ".Trash", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     return shared ? OpenPrivateFolder(shared.Get(), user.c_str()) : Descriptor();
 }
 
 bool OpenVolumeBin(const Item& item, Bin& bin) {
-    bin.topFolder = TopFolderOf(item);
-    const Descriptor top(::open(bin.topFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!FindTopFolder(item, bin.topFolder))
+        return false;
+    const Descriptor top = Open(bin.topFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     if (!top)
         return FailFromErrno();
     const std::string user = std::to_string(::geteuid());
@@ -141,7 +145,7 @@ std::string InfoText(const Item& item, const Bin& bin) {
 }
 
 bool WriteInfo(const Bin& bin, const std::string& name, const std::string& text) {
-    const Descriptor file(::openat(bin.info.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    const Descriptor file = OpenAt(bin.info.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (!file)
         return false;
     const ssize_t written = Retried([&] { return ::write(file.Get(), text.data(), text.size()); });
