@@ -1,35 +1,61 @@
 #include "frame/text.h"
 
 #include <algorithm>
+#include <bit>
 #include <climits>
+#include <cstdint>
+#include <cstring>
 
+#include "frame/limits.h"
 #include "platform/win32.h"
 
 namespace Vellox {
 
-// A sequence of n bytes never gives more than n units, so one call is enough. Not every system counts the terminator
-// behind an unfinished sequence; the unit for that sequence counts.
-WideString Utf8ToWide(const std::string& text) {
-    const std::size_t capacity = UpToNul(text).size() + 1;
-    if (capacity > INT_MAX)
+namespace {
+
+// Text up to this length is converted on the stack, so that its result is made at once and in its own size.
+constexpr std::size_t shortText = pathBufferSize;
+
+std::size_t ToWide(std::string_view text, WideChar* buffer, std::size_t capacity) {
+    const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), buffer,
+                                           static_cast<int>(capacity));
+    return static_cast<std::size_t>(size);
+}
+
+std::size_t ToUtf8(std::basic_string_view<WideChar> text, char* buffer, std::size_t capacity) {
+    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), buffer,
+                                           static_cast<int>(capacity), nullptr, nullptr);
+    return static_cast<std::size_t>(size);
+}
+
+} // namespace
+
+// A sequence of n bytes never gives more than n units. The terminator stays out of it: not every system counts it behind
+// an unfinished sequence.
+WideString Utf8ToWide(std::string_view text) {
+    text = UpToNul(text);
+    if (text.empty() || text.size() > INT_MAX)
         return {};
-    WideString wide(capacity, 0);
-    const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, wide.data(), static_cast<int>(capacity));
-    wide.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-    if (!wide.empty() && wide.back() == 0)
-        wide.pop_back();
+    if (text.size() <= shortText) {
+        WideChar buffer[shortText];
+        return WideString(buffer, ToWide(text, buffer, shortText));
+    }
+    WideString wide(text.size(), 0);
+    wide.resize(ToWide(text, wide.data(), wide.size()));
     return wide;
 }
 
 // A unit never gives more than three bytes.
-std::string WideToUtf8(const WideChar* text) {
-    const std::size_t units = WideString::traits_type::length(text);
-    if (units == 0 || units >= INT_MAX / 3)
+std::string WideToUtf8(const WideChar* units) {
+    const std::basic_string_view<WideChar> text(units);
+    if (text.empty() || text.size() > INT_MAX / 3)
         return {};
-    std::string narrow(units * 3 + 1, '\0');
-    const int size =
-        ::WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), static_cast<int>(narrow.size()), nullptr, nullptr);
-    narrow.resize(size > 0 ? static_cast<std::size_t>(size) - 1 : 0);
+    if (text.size() <= shortText) {
+        char buffer[shortText * 3];
+        return std::string(buffer, ToUtf8(text, buffer, sizeof buffer));
+    }
+    std::string narrow(text.size() * 3, '\0');
+    narrow.resize(ToUtf8(text, narrow.data(), narrow.size()));
     return narrow;
 }
 
@@ -46,16 +72,71 @@ bool IsValidUtf8(const std::string& text) {
 }
 
 WideString ShellPath(const std::string& path) {
-    if (!IsValidUtf8(path))
-        return WidenBytes(std::string(UpToNul(path)));
     WideString wide = Utf8ToWide(path);
+    if (WideToUtf8(wide.c_str()) != UpToNul(path))
+        return WidenBytes(std::string(UpToNul(path)));
     wide.append(2, 0);
     return wide;
 }
 
+// Without a way out in the middle, the loop takes whole blocks at once.
 bool EqualsIgnoringCase(std::string_view first, std::string_view second) {
-    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
-                      [](char one, char other) { return FoldCase(one) == FoldCase(other); });
+    if (first.size() != second.size())
+        return false;
+    unsigned char difference = 0;
+    for (std::size_t index = 0; index < first.size(); ++index)
+        difference |= static_cast<unsigned char>(FoldCase(first[index]) ^ FoldCase(second[index]));
+    return difference == 0;
+}
+
+namespace {
+
+constexpr std::size_t wordSize = sizeof(std::uint64_t);
+
+constexpr std::uint64_t InEachByte(char byte) {
+    return 0x0101010101010101U * static_cast<unsigned char>(byte);
+}
+
+// The highest bit of each byte of the word that is the wanted one, and no other bit.
+std::uint64_t BytesEqualTo(char wanted, std::uint64_t word) {
+    constexpr std::uint64_t lowBits = InEachByte(0x7F);
+    const std::uint64_t difference = word ^ InEachByte(wanted);
+    return ~(((difference & lowBits) + lowBits) | difference | lowBits);
+}
+
+// The last byte of a word in memory is its highest.
+std::size_t FindLastOfTwo(std::string_view text, char first, char second) {
+    static_assert(std::endian::native == std::endian::little);
+    std::size_t end = text.size();
+    for (; end >= wordSize; end -= wordSize) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + end - wordSize, wordSize);
+        const std::uint64_t found = BytesEqualTo(first, word) | BytesEqualTo(second, word);
+        if (found != 0)
+            return end - 1 - static_cast<std::size_t>(std::countl_zero(found)) / CHAR_BIT;
+    }
+    while (end > 0 && text[end - 1] != first && text[end - 1] != second)
+        --end;
+    return end - 1; // npos is one less than 0
+}
+
+} // namespace
+
+std::size_t FindLast(std::string_view text, char wanted) {
+    return FindLastOfTwo(text, wanted, wanted);
+}
+
+std::size_t FindLast(std::basic_string_view<WideChar> text, char wanted) {
+    return text.rfind(static_cast<WideChar>(wanted));
+}
+
+std::size_t FindLastSeparator(std::string_view text) {
+    return FindLastOfTwo(text, '\\', '/');
+}
+
+std::size_t FindLastSeparator(std::basic_string_view<WideChar> text) {
+    constexpr WideChar separators[] = {'\\', '/', 0};
+    return text.find_last_of(separators);
 }
 
 } // namespace Vellox

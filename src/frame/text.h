@@ -17,7 +17,7 @@
 namespace Vellox {
 
 // UTF-16 of the text up to its first NUL, each ill-formed sequence as U+FFFD; empty if the system refuses the text.
-WideString Utf8ToWide(const std::string& text);
+WideString Utf8ToWide(std::string_view text);
 
 bool IsValidUtf8(const std::string& text);
 
@@ -42,5 +42,13 @@ inline char FoldCase(char character) {
 }
 
 bool EqualsIgnoringCase(std::string_view first, std::string_view second);
+
+// Where the last such unit stands; npos if there is none. A word of bytes is looked through at once.
+std::size_t FindLast(std::string_view text, char wanted);
+std::size_t FindLast(std::basic_string_view<WideChar> text, char wanted);
+
+// The same for the last separator of either kind.
+std::size_t FindLastSeparator(std::string_view text);
+std::size_t FindLastSeparator(std::basic_string_view<WideChar> text);
 
 } // namespace Vellox

@@ -12,7 +12,7 @@ constexpr auto npos = std::string::npos;
 
 // Where the extension of the last component begins; npos if it has none.
 template <typename Char> std::size_t ExtensionStart(const std::basic_string<Char>& path) {
-    const std::size_t dot = path.rfind(Char('.'));
+    const std::size_t dot = FindLast(std::basic_string_view<Char>(path), '.');
     if (dot == npos)
         return npos;
     const bool isInFolderName = path.find(Char('\\'), dot) != npos;
@@ -25,7 +25,7 @@ template <typename Char> std::basic_string<Char> ExtensionOrWhole(const std::bas
 }
 
 std::string_view WithoutDot(std::string_view path) {
-    const std::size_t dot = path.rfind('.');
+    const std::size_t dot = FindLast(path, '.');
     if (dot == npos)
         return {};
     return path.substr(dot + 1 == path.size() ? dot : dot + 1);

@@ -1,3 +1,5 @@
+#include "pathtext/filenames.h"
+
 #include "frame/limits.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
@@ -38,17 +40,21 @@ template <typename Char> void ReplaceByFolder(Char* path, std::int32_t capacity)
 }
 
 // The buffer that a path is given in bounds it before it is made absolute.
-template <typename Char> std::basic_string<Char> FolderOfString(const std::basic_string<Char>& path) {
+template <typename Char> std::basic_string<Char> FullFolderOf(const std::basic_string<Char>& path) {
     const bool fits = std::char_traits<Char>::length(path.c_str()) < pathBufferSize;
     return fits ? FullFolder(path.c_str()) : std::basic_string<Char>();
 }
 
 template <typename Char> void CutToName(std::basic_string<Char>& path) {
     path.resize(std::char_traits<Char>::length(path.c_str()));
-    path.erase(0, path.rfind(Char('\\')) + 1);
+    path.erase(0, FindLast(std::basic_string_view<Char>(path), '\\') + 1);
 }
 
 } // namespace
+
+std::string FolderOfPath(const std::string& path) {
+    return FullFolderOf(path);
+}
 
 std::string GetFilenameWithoutPath(std::string path) {
     CutToName(path);
@@ -61,14 +67,14 @@ WideString GetFilenameWithoutPath(WideString path) {
 }
 
 std::string GetFilenameWithoutExtension(std::string path) {
-    const std::size_t dot = path.rfind('.');
+    const std::size_t dot = FindLast(path, '.');
     if (dot != npos)
         path.erase(dot);
     return path;
 }
 
 std::string GetFolderPathFromFilename(std::string path) {
-    const std::size_t separator = path.find_last_of("\\/");
+    const std::size_t separator = FindLastSeparator(path);
     if (separator != npos)
         path.erase(separator);
     return path;
@@ -83,15 +89,15 @@ void path_rimuovifilename(WideChar* path, std::int32_t size) {
 }
 
 std::string path_rimuovifilename(std::string path) {
-    return FolderOfString(path);
+    return FullFolderOf(path);
 }
 
 WideString path_rimuovifilename(WideString path) {
-    return FolderOfString(path);
+    return FullFolderOf(path);
 }
 
 std::string GetPathWithoutFilename(std::string path) {
-    return FolderOfString(path);
+    return FullFolderOf(path);
 }
 
 std::string GetPathRoot(std::string& path) {
@@ -100,7 +106,7 @@ std::string GetPathRoot(std::string& path) {
 }
 
 std::string AppendStringBeforeFilename(std::string path, std::string text) {
-    std::string folder = FolderOfString(path);
+    std::string folder = FullFolderOf(path);
     text += GetFilenameWithoutPath(std::move(path));
     return JoinFolder(std::move(folder), text);
 }

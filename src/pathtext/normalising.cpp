@@ -8,7 +8,8 @@
 namespace Vellox::FileNames {
 
 std::string NormalizePath(std::string path) {
-    char full[pathBufferSize] = {};
+    char full[pathBufferSize];
+    full[0] = '\0';
     if (::GetFullPathNameA(path.c_str(), pathBufferSize, full, nullptr) != 0)
         path = full;
     return path;
@@ -25,8 +26,9 @@ bool CompareNormalizedPaths(std::string first, std::string second) {
 }
 
 bool IsPathBelow(std::string path, std::string folder) {
-    if (!folder.empty() && folder.back() != '\\')
-        folder += '\\';
+    const bool endsAtSeparator = folder.empty() || folder.back() == '\\';
+    if (!endsAtSeparator && (path.size() <= folder.size() || path[folder.size()] != '\\'))
+        return false;
     return EqualsIgnoringCase(std::string_view(path).substr(0, folder.size()), folder);
 }
 

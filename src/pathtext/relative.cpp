@@ -1,7 +1,10 @@
 #include "pathtext/relative.h"
 
+#include <algorithm>
+
 #include "frame/limits.h"
 #include "frame/text.h"
+#include "pathtext/filenames.h"
 #include "pathtext/join.h"
 #include "platform/win32.h"
 #include "vellox/pathtext.h"
@@ -9,7 +12,9 @@
 namespace Vellox::FileNames {
 namespace {
 
-constexpr std::string_view separators = "\\/";
+bool IsSeparator(char character) {
+    return character == '\\' || character == '/';
+}
 
 bool IsRelative(const std::string& path) {
     const std::string_view text = UpToNul(path);
@@ -28,14 +33,15 @@ std::string AgainstCurrentFolder(std::string path) {
 } // namespace
 
 ComponentReader::ComponentReader(std::string_view path) : rest_(path) {
-    if (!rest_.empty() && separators.find(rest_[0]) != std::string_view::npos)
+    if (!rest_.empty() && IsSeparator(rest_[0]))
         rest_.remove_prefix(1);
 }
 
 bool ComponentReader::Next(std::string_view& component) {
     if (rest_.empty())
         return false;
-    component = rest_.substr(0, rest_.find_first_of(separators));
+    const auto end = std::find_if(rest_.begin(), rest_.end(), IsSeparator);
+    component = rest_.substr(0, static_cast<std::size_t>(end - rest_.begin()));
     rest_.remove_prefix(std::min(component.size() + 1, rest_.size()));
     return true;
 }
@@ -70,8 +76,8 @@ std::string GetAbsolutePath(std::string path, const char* base) {
 
 std::int32_t GetPathRelativeToOtherFile(std::string& result, const std::string& otherFile, const std::string& path) {
     const std::string absolute = GetAbsolutePath(path, otherFile.c_str());
-    const std::string base = path_rimuovifilename(otherFile);
-    const std::string target = path_rimuovifilename(absolute);
+    const std::string base = FolderOfPath(otherFile);
+    const std::string target = FolderOfPath(absolute);
     std::string relative;
     if (absolute.empty() || base.empty() || target.empty() || !ComposeRelativeFolder(target, base, relative))
         return 0;

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "frame/text.h"
+
 namespace Vellox::FileNames {
 
 // The four parts of a path, which in this order make it up.
@@ -17,18 +19,16 @@ template <typename Char> struct PathParts {
 };
 
 template <typename Char> PathParts<Char> SplitPath(std::basic_string_view<Char> path) {
-    constexpr Char separators[] = {'\\', '/'};
     constexpr auto npos = std::basic_string_view<Char>::npos;
     PathParts<Char> parts;
     if (path.size() >= 2 && path[1] == Char(':')) {
         parts.drive = path.substr(0, 2);
         path.remove_prefix(2);
     }
-    const std::size_t separator = path.find_last_of(separators, npos, 2);
-    const std::size_t folderLength = separator == npos ? 0 : separator + 1;
+    const std::size_t folderLength = FindLastSeparator(path) + 1;
     parts.folder = path.substr(0, folderLength);
     path.remove_prefix(folderLength);
-    const std::size_t dot = path.rfind(Char('.'));
+    const std::size_t dot = FindLast(path, '.');
     parts.name = path.substr(0, dot);
     if (dot != npos)
         parts.extension = path.substr(dot);

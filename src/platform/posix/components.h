@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -30,13 +31,12 @@ public:
     }
 
     void PutComponents(View path) {
-        std::size_t position = 0;
-        while (position < path.size()) {
-            std::size_t end = position;
-            while (end < path.size() && !IsSeparator(path[end]))
-                ++end;
-            PutComponent(path.substr(position, end - position));
-            position = end + 1;
+        while (!path.empty()) {
+            const std::size_t plain = PlainLength(path);
+            PutPlain(path.substr(0, plain));
+            path.remove_prefix(plain);
+            const std::size_t name = PutResolved(path);
+            path.remove_prefix(std::min(name + 1, path.size()));
         }
     }
 
@@ -53,16 +53,57 @@ public:
     }
 
 private:
-    void PutComponent(View name) {
-        if (name.empty() || (name.size() == 1 && name[0] == '.'))
-            return;
-        const bool isParent = IsParent(name);
-        if (isParent && (CutLastComponent() || rootLength_ != 0))
+    // Where a separator stands in front of another one or of a dot, there may be something to resolve. Out of line, the
+    // loop becomes a few instructions.
+    [[gnu::noinline]] static bool MayHaveToResolve(const Char* block) {
+        unsigned char found = 0;
+        for (std::size_t index = 0; index < blockSize; ++index)
+            found |= static_cast<unsigned char>(IsSeparator(block[index]) &
+                                                (IsSeparator(block[index + 1]) | (block[index + 1] == '.')));
+        return found != 0;
+    }
+
+    // How much of the path, whole components, can be written as it is.
+    static std::size_t PlainLength(View path) {
+        if (IsSeparator(path[0]) || path[0] == '.')
+            return 0;
+        const std::size_t last = path.size() - 1;
+        std::size_t end = 0;
+        while (last - end >= blockSize && !MayHaveToResolve(path.data() + end))
+            end += blockSize;
+        // The last block overlaps the one before it.
+        const bool isInBlock = last >= blockSize && last - end < blockSize;
+        if (isInBlock && !MayHaveToResolve(path.data() + last - blockSize))
+            end = last;
+        while (end < last && !(IsSeparator(path[end]) && (IsSeparator(path[end + 1]) || path[end + 1] == '.')))
+            ++end;
+        return end < last || IsSeparator(path[last]) ? end : path.size();
+    }
+
+    void PutPlain(View path) {
+        if (path.empty())
             return;
         if (length_ > rootLength_)
             text_[length_++] = separator_;
-        std::char_traits<Char>::move(text_ + length_, name.data(), name.size());
-        length_ += name.size();
+        Char* const start = text_ + length_;
+        std::char_traits<Char>::move(start, path.data(), path.size());
+        length_ += path.size();
+        ReplaceSeparators(start, path.size(), separator_);
+    }
+
+    static void ReplaceSeparators(Char* text, std::size_t size, Char separator) {
+        for (std::size_t index = 0; index < size; ++index)
+            text[index] = IsSeparator(text[index]) ? separator : text[index];
+    }
+
+    // Resolves the first component, and gives its length.
+    std::size_t PutResolved(View path) {
+        const auto end = std::find_if(path.begin(), path.end(), IsSeparator<Char>);
+        const View name = path.substr(0, static_cast<std::size_t>(end - path.begin()));
+        const bool isHere = name.size() == 1 && name[0] == '.';
+        if (!isHere && !(IsParent(name) && (CutLastComponent() || rootLength_ != 0)))
+            PutPlain(name);
+        return name.size();
     }
 
     bool CutLastComponent() {
@@ -76,6 +117,8 @@ private:
     }
 
     static bool IsParent(View name) { return name.size() == 2 && name[0] == '.' && name[1] == '.'; }
+
+    static constexpr std::size_t blockSize = 16;
 
     Char* text_;
     Char separator_;

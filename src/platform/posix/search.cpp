@@ -97,9 +97,10 @@ bool DeliverNext(const Search& search, WIN32_FIND_DATAW& match) {
     const int folder = ::dirfd(search.folder.get());
     errno = 0;
     while (const dirent* entry = ::readdir(search.folder.get())) {
-        if (!Matches(entry->d_name, search.pattern))
+        const std::string_view name = entry->d_name;
+        if (!Matches(name, search.pattern))
             continue;
-        FillMatch(match, AttributesOf(KindOf(folder, *entry), folder, entry->d_name), entry->d_name);
+        FillMatch(match, AttributesOf(KindOf(folder, *entry), folder, entry->d_name), name);
         return true;
     }
     return errno == 0 ? Fail(ERROR_NO_MORE_FILES) : FailFromErrno();

@@ -96,11 +96,10 @@ std::string Narrow(const WCHAR* text) {
     return narrow;
 }
 
-std::size_t Widen(const std::string& text, WCHAR* buffer, std::size_t capacity) {
-    const std::size_t length = DecodeUtf8(text.data(), text.size(), buffer, capacity - 1);
-    if (length != doesNotFit)
-        buffer[length] = 0;
-    return length;
+std::u16string Widen(const std::string& text) {
+    std::u16string wide(text.size(), 0);
+    wide.resize(DecodeUtf8(text.data(), text.size(), wide.data(), wide.size()));
+    return wide;
 }
 
 } // namespace
@@ -114,11 +113,11 @@ DWORD GetTempPathA(DWORD capacity, char* buffer) {
 }
 
 DWORD GetTempPathW(DWORD capacity, WCHAR* buffer) {
-    const std::string folder = TemporaryFolder();
-    const std::size_t length = DecodeUtf8(folder.data(), folder.size(), nullptr, 0);
-    if (length >= capacity)
-        return static_cast<DWORD>(length + 1);
-    return static_cast<DWORD>(Widen(folder, buffer, capacity));
+    const std::u16string folder = Widen(TemporaryFolder());
+    if (folder.size() >= capacity)
+        return static_cast<DWORD>(folder.size() + 1);
+    std::copy_n(folder.c_str(), folder.size() + 1, buffer);
+    return static_cast<DWORD>(folder.size());
 }
 
 UINT GetTempFileNameA(const char* folder, const char* prefix, UINT unique, char* buffer) {
@@ -134,9 +133,9 @@ UINT GetTempFileNameA(const char* folder, const char* prefix, UINT unique, char*
 UINT GetTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT unique, WCHAR* buffer) {
     if (unique != 0)
         return static_cast<UINT>(Fail(ERROR_INVALID_PARAMETER));
-    const std::string path = MakeTemporaryFile(Narrow(folder), Narrow(prefix));
+    const std::u16string path = Widen(MakeTemporaryFile(Narrow(folder), Narrow(prefix)));
     if (path.empty())
         return 0;
-    Widen(path, buffer, pathCapacity);
+    std::copy_n(path.c_str(), path.size() + 1, buffer);
     return 1;
 }

@@ -1,7 +1,7 @@
 #include "platform/posix/text.h"
 
-#include <climits>
-#include <cstring>
+#include <algorithm>
+#include <type_traits>
 
 #include "platform/posix/errors.h"
 
@@ -10,19 +10,34 @@ namespace {
 
 constexpr char32_t replacement = 0xFFFD;
 
-// Path text is ASCII nearly always, so whole words of it are passed on at once.
-constexpr std::size_t wordSize = 8;
+// Path text is ASCII nearly always, so blocks of it are passed on at once: a loop of a fixed length and without a
+// branch becomes a few instructions. What was written of a block that holds something else is written again.
+constexpr std::size_t blockSize = 16;
 
-bool IsAsciiWord(const char* text) {
-    std::uint64_t word;
-    std::memcpy(&word, text, sizeof word);
-    return (word & 0x8080808080808080U) == 0;
+template <typename From, typename To> bool CopyAsciiBlock(const From* __restrict text, To* __restrict output) {
+    std::make_unsigned_t<From> bits = 0;
+    for (std::size_t index = 0; index < blockSize; ++index) {
+        const auto unit = static_cast<std::make_unsigned_t<From>>(text[index]);
+        bits |= unit;
+        output[index] = static_cast<To>(unit);
+    }
+    return bits < 0x80;
 }
 
-bool IsAsciiWord(const WCHAR* text) {
-    std::uint64_t words[2];
-    std::memcpy(words, text, sizeof words);
-    return ((words[0] | words[1]) & 0xFF80FF80FF80FF80U) == 0;
+// Copies up to the first unit that is not ASCII, and gives how many it copied.
+template <typename From, typename To> std::size_t CopyAscii(const From* text, std::size_t length, To* output) {
+    std::size_t done = 0;
+    while (length - done >= blockSize && CopyAsciiBlock(text + done, output + done))
+        done += blockSize;
+    // The last block overlaps the one before it.
+    if (length >= blockSize && length - done < blockSize &&
+        CopyAsciiBlock(text + length - blockSize, output + length - blockSize))
+        return length;
+    while (done < length && static_cast<std::make_unsigned_t<From>>(text[done]) < 0x80) {
+        output[done] = static_cast<To>(text[done]);
+        ++done;
+    }
+    return done;
 }
 
 unsigned char ByteAt(const char* text, std::size_t position) {
@@ -117,28 +132,23 @@ template <typename From, typename To>
 std::size_t Convert(const From* text, std::size_t length, To* output, std::size_t capacity) {
     std::size_t written = 0;
     std::size_t position = 0;
-    while (position < length) {
-        if (length - position >= wordSize && (output == nullptr || capacity - written >= wordSize) &&
-            IsAsciiWord(text + position)) {
-            for (std::size_t index = 0; output != nullptr && index < wordSize; ++index)
-                output[written + index] = static_cast<To>(text[position + index]);
-            position += wordSize;
-            written += wordSize;
-            continue;
-        }
+    while (true) {
+        const std::size_t ascii =
+            CopyAscii(text + position, std::min(length - position, capacity - written), output + written);
+        position += ascii;
+        written += ascii;
+        if (position == length)
+            return written;
         To units[4];
         const std::size_t count = WriteUnits(ReadCodePoint(text, length, position), units);
-        if (output != nullptr) {
-            if (capacity - written < count)
-                return doesNotFit;
-            std::memcpy(output + written, units, count * sizeof(To));
-        }
+        if (capacity - written < count)
+            return doesNotFit;
+        std::copy_n(units, count, output + written);
         written += count;
     }
-    return written;
 }
 
-// The answer of both Win32 conversions: the units with the terminator, or 0.
+// The answer of both Win32 conversions: the units of the result, or 0.
 int Answer(std::size_t units) {
     if (units == doesNotFit)
         return static_cast<int>(Fail(ERROR_INSUFFICIENT_BUFFER));
@@ -160,21 +170,15 @@ std::size_t EncodeUtf8(const WCHAR* text, std::size_t length, char* output, std:
 using namespace Vellox::Posix;
 
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* text, int length, WCHAR* buffer, int capacity) {
-    if (codePage != CP_UTF8 || flags != 0 || length != -1 || capacity < 0)
+    if (codePage != CP_UTF8 || flags != 0 || length <= 0 || capacity <= 0)
         return static_cast<int>(Fail(ERROR_INVALID_PARAMETER));
-    const std::size_t size = std::strlen(text) + 1;
-    if (size > INT_MAX)
-        return static_cast<int>(Fail(ERROR_INVALID_PARAMETER));
-    return Answer(DecodeUtf8(text, size, capacity == 0 ? nullptr : buffer, static_cast<std::size_t>(capacity)));
+    return Answer(DecodeUtf8(text, static_cast<std::size_t>(length), buffer, static_cast<std::size_t>(capacity)));
 }
 
 int WideCharToMultiByte(UINT codePage, DWORD flags, const WCHAR* text, int length, char* buffer, int capacity,
                         const char* defaultCharacter, BOOL* usedDefaultCharacter) {
-    if (codePage != CP_UTF8 || flags != 0 || length != -1 || capacity < 0 || defaultCharacter != nullptr ||
+    if (codePage != CP_UTF8 || flags != 0 || length <= 0 || capacity <= 0 || defaultCharacter != nullptr ||
         usedDefaultCharacter != nullptr)
         return static_cast<int>(Fail(ERROR_INVALID_PARAMETER));
-    const std::size_t size = WideLength(text) + 1;
-    if (size > INT_MAX / 3)
-        return static_cast<int>(Fail(ERROR_INVALID_PARAMETER));
-    return Answer(EncodeUtf8(text, size, capacity == 0 ? nullptr : buffer, static_cast<std::size_t>(capacity)));
+    return Answer(EncodeUtf8(text, static_cast<std::size_t>(length), buffer, static_cast<std::size_t>(capacity)));
 }

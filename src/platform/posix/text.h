@@ -11,7 +11,7 @@ namespace Vellox::Posix {
 inline constexpr std::size_t doesNotFit = SIZE_MAX;
 
 // Converts between UTF-8 and UTF-16; each maximal ill-formed subpart becomes one U+FFFD. Gives the number of units
-// of the result, or doesNotFit. With no output the units are only counted.
+// of the result, or doesNotFit.
 std::size_t DecodeUtf8(const char* text, std::size_t length, WCHAR* output, std::size_t capacity);
 std::size_t EncodeUtf8(const WCHAR* text, std::size_t length, char* output, std::size_t capacity);
 

@@ -74,7 +74,7 @@ void SetLastError(DWORD error);
 
 inline constexpr UINT CP_UTF8 = 65001;
 
-// For code page 65001, flags 0 and NUL-terminated text (length -1) only; the terminator is converted and counted.
+// For code page 65001, flags 0, and text and a buffer with a length only.
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* text, int length, WCHAR* buffer, int capacity);
 int WideCharToMultiByte(UINT codePage, DWORD flags, const WCHAR* text, int length, char* buffer, int capacity,
                         const char* defaultCharacter, BOOL* usedDefaultCharacter);
