@@ -12,10 +12,6 @@
 namespace Vellox::FileNames {
 namespace {
 
-bool IsSeparator(char character) {
-    return character == '\\' || character == '/';
-}
-
 bool IsRelative(const std::string& path) {
     const std::string_view text = UpToNul(path);
     const bool startsAtRoot = !text.empty() && text[0] == '\\';
@@ -33,15 +29,15 @@ std::string AgainstCurrentFolder(std::string path) {
 } // namespace
 
 ComponentReader::ComponentReader(std::string_view path) : rest_(path) {
-    if (!rest_.empty() && IsSeparator(rest_[0]))
+    if (!rest_.empty() && (rest_[0] == '\\' || rest_[0] == '/'))
         rest_.remove_prefix(1);
 }
 
 bool ComponentReader::Next(std::string_view& component) {
     if (rest_.empty())
         return false;
-    const auto end = std::find_if(rest_.begin(), rest_.end(), IsSeparator);
-    component = rest_.substr(0, static_cast<std::size_t>(end - rest_.begin()));
+    component = rest_.substr(0, rest_.find('\\'));
+    component = component.substr(0, component.find('/'));
     rest_.remove_prefix(std::min(component.size() + 1, rest_.size()));
     return true;
 }
@@ -79,9 +75,10 @@ std::int32_t GetPathRelativeToOtherFile(std::string& result, const std::string& 
     const std::string base = FolderOfPath(otherFile);
     const std::string target = FolderOfPath(absolute);
     std::string relative;
+    relative.reserve(base.size() + absolute.size());
     if (absolute.empty() || base.empty() || target.empty() || !ComposeRelativeFolder(target, base, relative))
         return 0;
-    relative.append(absolute, absolute.rfind('\\') + 1);
+    relative.append(absolute, FindLast(absolute, '\\') + 1);
     result = std::move(relative);
     return 1;
 }
