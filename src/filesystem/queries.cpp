@@ -22,12 +22,11 @@ bool CheckFileExists(const std::string& path) {
 }
 
 bool CheckFolderExists(const std::string& path) {
-    WIN32_FILE_ATTRIBUTE_DATA attributes = {};
-    return ::GetFileAttributesExW(Utf8ToWide(path).c_str(), GetFileExInfoStandard, &attributes) != FALSE;
+    return Platform::HasAttributes(Utf8ToWide(path).c_str());
 }
 
 bool CheckFileExistsEvenIfNotAccessible(std::string path) {
-    return ::GetFileAttributesW(Utf8ToWide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+    return CheckFolderExists(path);
 }
 
 bool CheckPathIsDirectory(std::string path, bool& isDirectory) {

@@ -27,6 +27,9 @@
 // meaning. Each system has its own.
 namespace Vellox::Platform {
 
+// True if GetFileAttributesW would give an answer; asks for less, and so takes less time.
+bool HasAttributes(const WCHAR* path);
+
 // The narrow route's rename: gives 0 after a move under the new name, which was free. A taken new name
 // is refused in the same step, never replaced.
 int RenameWithoutReplacing(const char* oldPath, const char* newPath);

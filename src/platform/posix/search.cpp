@@ -19,6 +19,7 @@ namespace {
 struct Search {
     Folder folder; // null when a name without wildcards was looked up
     std::string pattern;
+    bool isTail = false; // a `*` and no other wildcard behind it
 };
 
 char FoldAscii(char character) {
@@ -63,8 +64,17 @@ bool MatchesWildcards(std::string_view name, std::string_view pattern) {
     return pattern.find_first_not_of('*', wanted) == std::string_view::npos;
 }
 
-bool Matches(std::string_view name, std::string_view pattern) {
-    return pattern == "*" || pattern == "*.*" || MatchesWildcards(name, pattern);
+bool EndsIn(std::string_view name, std::string_view tail) {
+    return name.size() >= tail.size() &&
+           std::equal(tail.begin(), tail.end(), name.end() - static_cast<std::ptrdiff_t>(tail.size()),
+                      [](char one, char other) { return FoldAscii(one) == FoldAscii(other); });
+}
+
+bool Matches(std::string_view name, const Search& search) {
+    const std::string_view pattern = search.pattern;
+    if (search.isTail)
+        return EndsIn(name, pattern.substr(1));
+    return pattern == "*.*" || MatchesWildcards(name, pattern);
 }
 
 DWORD AttributesOf(mode_t kind, int folder, const char* name) {
@@ -98,7 +108,7 @@ bool DeliverNext(const Search& search, WIN32_FIND_DATAW& match) {
     errno = 0;
     while (const dirent* entry = ::readdir(search.folder.get())) {
         const std::string_view name = entry->d_name;
-        if (!Matches(name, search.pattern))
+        if (!Matches(name, search))
             continue;
         FillMatch(match, AttributesOf(KindOf(folder, *entry), folder, entry->d_name), name);
         return true;
@@ -118,6 +128,7 @@ bool StartSearch(std::string_view path, Search& search, WIN32_FIND_DATAW& match)
         return true;
     }
     search.pattern = place.name;
+    search.isTail = place.name.find_last_of("*?") == 0 && place.name[0] == '*';
     search.folder.reset(::opendir(place.folder.c_str()));
     if (search.folder == nullptr)
         return FailFromErrno();

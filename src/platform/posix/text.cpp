@@ -10,34 +10,20 @@ namespace {
 
 constexpr char32_t replacement = 0xFFFD;
 
-// Path text is ASCII nearly always, so blocks of it are passed on at once: a loop of a fixed length and without a
-// branch becomes a few instructions. What was written of a block that holds something else is written again.
-constexpr std::size_t blockSize = 16;
+template <typename Unit> bool IsAscii(Unit unit) {
+    return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
+}
 
-template <typename From, typename To> bool CopyAsciiBlock(const From* __restrict text, To* __restrict output) {
+// Path text is ASCII nearly always. Without a way out in the middle, the loop takes whole blocks at once.
+template <typename From, typename To>
+bool CopyIfAscii(const From* __restrict text, std::size_t length, To* __restrict output) {
     std::make_unsigned_t<From> bits = 0;
-    for (std::size_t index = 0; index < blockSize; ++index) {
+    for (std::size_t index = 0; index < length; ++index) {
         const auto unit = static_cast<std::make_unsigned_t<From>>(text[index]);
         bits |= unit;
         output[index] = static_cast<To>(unit);
     }
-    return bits < 0x80;
-}
-
-// Copies up to the first unit that is not ASCII, and gives how many it copied.
-template <typename From, typename To> std::size_t CopyAscii(const From* text, std::size_t length, To* output) {
-    std::size_t done = 0;
-    while (length - done >= blockSize && CopyAsciiBlock(text + done, output + done))
-        done += blockSize;
-    // The last block overlaps the one before it.
-    if (length >= blockSize && length - done < blockSize &&
-        CopyAsciiBlock(text + length - blockSize, output + length - blockSize))
-        return length;
-    while (done < length && static_cast<std::make_unsigned_t<From>>(text[done]) < 0x80) {
-        output[done] = static_cast<To>(text[done]);
-        ++done;
-    }
-    return done;
+    return IsAscii(bits);
 }
 
 unsigned char ByteAt(const char* text, std::size_t position) {
@@ -130,15 +116,15 @@ std::size_t WriteUnits(char32_t point, char (&units)[4]) {
 
 template <typename From, typename To>
 std::size_t Convert(const From* text, std::size_t length, To* output, std::size_t capacity) {
+    if (length <= capacity && CopyIfAscii(text, length, output))
+        return length;
     std::size_t written = 0;
     std::size_t position = 0;
-    while (true) {
-        const std::size_t ascii =
-            CopyAscii(text + position, std::min(length - position, capacity - written), output + written);
-        position += ascii;
-        written += ascii;
-        if (position == length)
-            return written;
+    while (position < length) {
+        if (IsAscii(text[position]) && written < capacity) {
+            output[written++] = static_cast<To>(text[position++]);
+            continue;
+        }
         To units[4];
         const std::size_t count = WriteUnits(ReadCodePoint(text, length, position), units);
         if (capacity - written < count)
@@ -146,6 +132,7 @@ std::size_t Convert(const From* text, std::size_t length, To* output, std::size_
         std::copy_n(units, count, output + written);
         written += count;
     }
+    return written;
 }
 
 // The answer of both Win32 conversions: the units of the result, or 0.

@@ -171,7 +171,6 @@ enum GET_FILEEX_INFO_LEVELS { GetFileExInfoStandard = 0 };
 
 DWORD GetFileAttributesW(const WCHAR* path);
 BOOL GetFileAttributesExA(const char* path, GET_FILEEX_INFO_LEVELS level, void* data);
-BOOL GetFileAttributesExW(const WCHAR* path, GET_FILEEX_INFO_LEVELS level, void* data);
 BOOL CreateDirectoryW(const WCHAR* path, SECURITY_ATTRIBUTES* security);
 BOOL GetDiskFreeSpaceExA(const char* folder, ULARGE_INTEGER* available, ULARGE_INTEGER* total, ULARGE_INTEGER* free);
 BOOL SetCurrentDirectoryA(const char* path);

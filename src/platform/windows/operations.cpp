@@ -238,6 +238,10 @@ bool ReadRootEntry(const WCHAR* path, Entry& entry) {
 
 } // namespace
 
+bool HasAttributes(const WCHAR* path) {
+    return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
+}
+
 int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
     return std::rename(oldPath, newPath);
 }
