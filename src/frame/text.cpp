@@ -10,7 +10,6 @@
 #include "platform/win32.h"
 
 namespace Vellox {
-
 namespace {
 
 // Text up to this length is converted on the stack, so that its result is made at once and in its own size.
