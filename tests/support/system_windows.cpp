@@ -35,11 +35,12 @@ void SetEnvironment(const char* name, const std::string& value) {
 // In a registry of the test's own; the user's data stays apart from it.
 void SetDataFolder(const std::filesystem::path& folder) {
     const std::string text = folder.string();
+    const std::string registry = "Software\\Vellox Tests\\" + std::to_string(ProcessNumber());
     constexpr const char* folders = R"(Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders)";
     HKEY root = nullptr;
     ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-    if (::RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Vellox Tests", 0, nullptr, REG_OPTION_NON_VOLATILE,
-                          KEY_ALL_ACCESS, nullptr, &root, nullptr) != 0 ||
+    if (::RegCreateKeyExA(HKEY_CURRENT_USER, registry.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                          nullptr, &root, nullptr) != 0 ||
         ::RegOverridePredefKey(HKEY_CURRENT_USER, root) != 0 ||
         ::RegSetKeyValueA(HKEY_CURRENT_USER, folders, "AppData", REG_SZ, text.c_str(),
                           static_cast<DWORD>(text.size() + 1)) != 0)
