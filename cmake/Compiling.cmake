@@ -12,9 +12,9 @@ function(vellox_set_warnings target)
   endif()
 endfunction()
 
-# What the compiler and the processor check at run time for next to nothing. On Windows the linker has its own.
+# What the compiler and the processor check at run time for next to nothing. The linkers have their own.
 function(vellox_set_hardening target)
-  if(NOT WIN32 AND NOT VELLOX_SANITIZE)
+  if(NOT VELLOX_SANITIZE)
     target_compile_options(${target} PRIVATE -fstack-protector-strong -fcf-protection
       $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
   endif()

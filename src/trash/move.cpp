@@ -82,7 +82,7 @@ MoveResult MoveFileByCopy(const std::string& source, const std::string& destinat
         ::DeleteFileW(to.c_str());
         return MoveResult::Failed;
     }
-    return WhatRemovalLeft(::DeleteFileW(from.c_str()) != FALSE, from, to);
+    return WhatRemovalLeft(Platform::RemoveCopiedTree(from.c_str(), to.c_str()), from, to);
 }
 
 MoveResult MoveLinkByCopy(const std::string& source, const std::string& destination) {

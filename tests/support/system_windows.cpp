@@ -49,7 +49,7 @@ void SetDataFolder(const std::filesystem::path& folder) {
 }
 
 void SetTemporaryFolder(const std::filesystem::path& folder) {
-    SetEnvironment("TMP", folder.string());
+    ::_wputenv_s(L"TMP", folder.c_str());
 }
 
 // Drive Z: of Wine is the root of the system below.
