@@ -76,6 +76,14 @@ std::string Describe(const fs::path& folder) {
     return text;
 }
 
+fs::path MakeTrash() {
+    static const fs::path data = MakeFolder(fs::temp_directory_path());
+    const fs::path trash = (data / "Vellox Studio 10/Trash").make_preferred();
+    fs::create_directories(trash);
+    SetDataFolder(data);
+    return trash;
+}
+
 ScratchTest::ScratchTest()
     : folder_(MakeFolder(fs::temp_directory_path())), previousFolder_(fs::current_path()),
       descriptorsBefore_(OpenDescriptors()) {

@@ -31,6 +31,9 @@ void RemoveFolder(const fs::path& folder);
 // folders that hold the same give the same text.
 std::string Describe(const fs::path& folder);
 
+// An empty trash. The library asks for its place once in a process, so all tests of one have the same.
+fs::path MakeTrash();
+
 // A fresh folder that is removed at the end. It is the current directory while the test runs. A test that leaves open
 // descriptors behind fails.
 class ScratchTest : public ::testing::Test {

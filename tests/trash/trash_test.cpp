@@ -119,15 +119,9 @@ TEST_F(CatalogueTest, ReadsAndWritesInLargePieces) {
         EXPECT_LT(count(after, after.find(calls)) - count(before, before.find(calls)), 200) << calls;
 }
 
-// A process asks for the home folder once, so all tests have the same.
 class TrashTest : public ScratchTest {
 protected:
     TrashTest() {
-        static const std::string first = fs::current_path().string();
-        trash = first + "-data/Vellox Studio 10/Trash";
-        trash.make_preferred();
-        fs::create_directories(trash);
-        SetDataFolder(Data());
         if (GetTrashFolderPath() != Win32(trash))
             throw std::logic_error("not a trash of the test's own: " + GetTrashFolderPath());
         CanPutBack(""); // writes what another test left in memory
@@ -142,7 +136,7 @@ protected:
     std::string InTrash(const std::string& name) const { return Win32(trash) + '\\' + name; }
     // How many entries stand beside the catalogue.
     std::ptrdiff_t Items() const { return std::distance(fs::directory_iterator(trash), {}) - 1; }
-    fs::path trash;
+    const fs::path trash = MakeTrash();
 };
 
 TEST_F(TrashTest, GivesBackWhatItTookFromAnyVolume) {

@@ -242,8 +242,10 @@ bool HasAttributes(const WCHAR* path) {
     return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
 }
 
+// What has a longer path cannot be renamed, so no rename gives it one: it would not come back.
 int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
-    return std::rename(oldPath, newPath);
+    const DWORD capacity = ::GetFullPathNameA(newPath, 0, nullptr, nullptr);
+    return capacity != 0 && capacity <= MAX_PATH ? std::rename(oldPath, newPath) : -1;
 }
 
 int RunShellOperation(SHFILEOPSTRUCTW& operation) {

@@ -15,9 +15,11 @@ class RoutesTest : public ScratchTest {
 protected:
     RoutesTest() {
         EXPECT_EQ(::GetACP(), 1252U);
-        fs::create_directories(At("data/Vellox Studio 10/Trash"));
-        SetDataFolder(At("data"));
+        CanPutBack(""); // writes what another test left in memory
+        WriteFile(trash_ / ".trash.db", "");
     }
+    ~RoutesTest() override { RemoveFolder(trash_.parent_path().parent_path()); }
+
     // Whether it went into the trash and, if it did, came back.
     bool GoesAndComes(const std::string& name) const {
         const std::string before = Describe(At("place"));
@@ -28,6 +30,8 @@ protected:
         EXPECT_EQ(GetFolderFiles(GetTrashFolderPath() + "\\*").size(), 1U) << name;
         return isGone;
     }
+
+    const fs::path trash_ = MakeTrash();
 };
 
 TEST_F(RoutesTest, ReadTheSameBytesInTwoWays) {
@@ -66,6 +70,7 @@ TEST_F(RoutesTest, LoseNothingBehindALongPath) {
         DeleteFileToRecycleBin(In("place/" + item), true);
         const bool isGone = !fs::exists(take);
         EXPECT_EQ(PutBack(GetTrashFolderPath() + '\\' + GetFilenameWithoutPath(item)), isGone) << item;
+        fs::remove(trash_ / GetFilenameWithoutPath(item)); // Wine made a folder of that length, and its shell left it
         EXPECT_EQ(ReadFile(take), "take");
     }
     EXPECT_EQ(NormalizePath(In("place/" + longFolder)), In("place/" + longFolder));
