@@ -1,32 +1,36 @@
 # Completion of songbin for bash.
 
+_songbin_among() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "${COMP_WORDS[COMP_CWORD]}"); }
+
+_songbin_paths() {
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen "$1" -- "${COMP_WORDS[COMP_CWORD]}")
+}
+
+# Names with blanks and quotes come out as the shell wants them, in the kind of quotes that was begun.
+_songbin_items() {
+    local name word=${COMP_WORDS[COMP_CWORD]}
+    local quote=${word%%[!\"\']*} typed=${word//[\\\"\']/}
+    while IFS= read -r name; do
+        [[ $name == "$typed"* ]] || continue
+        [ -n "$quote" ] || name=$(printf %q "$name")
+        COMPREPLY+=("$quote$name$quote")
+    done < <("${COMP_WORDS[0]}" list --names 2>/dev/null)
+}
+
 _songbin() {
-    local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} IFS=$'\n'
     COMPREPLY=()
     if [ "$COMP_CWORD" = 1 ]; then
-        COMPREPLY=($(compgen -W $'demo\nput\nlist\nrestore\ninfo\nrelative\nabsolute\nopen\nhelp' -- "$word"))
+        _songbin_among "demo put list restore info relative absolute open help"
         return
     fi
-    case $command:$word in
-        list:-*) COMPREPLY=($(compgen -W $'--json\n--names' -- "$word")) ;;
-        info:-*) COMPREPLY=($(compgen -W '--json' -- "$word")) ;;
-        restore:*)
-            local name quote=${word%%[!\"\']*} typed=${word//[\\\"\']/}
-            for name in $("${COMP_WORDS[0]}" list --names 2>/dev/null); do
-                [[ $name == "$typed"* ]] || continue
-                [ -n "$quote" ] || name=$(printf %q "$name")
-                COMPREPLY+=("$quote$name$quote")
-            done
-            ;;
-        demo:*)
-            compopt -o filenames
-            COMPREPLY=($(compgen -d -- "$word"))
-            ;;
+    case ${COMP_WORDS[1]}:${COMP_WORDS[COMP_CWORD]} in
+        list:-*) _songbin_among "--json --names" ;;
+        info:-*) _songbin_among "--json" ;;
         list:* | help:*) ;;
-        *)
-            compopt -o filenames
-            COMPREPLY=($(compgen -f -- "$word"))
-            ;;
+        restore:*) _songbin_items ;;
+        demo:*) _songbin_paths -d ;;
+        *) _songbin_paths -f ;;
     esac
 }
 
