@@ -15,10 +15,11 @@ namespace {
 // Text up to this length is converted on the stack, so that its result is made at once and in its own size.
 constexpr std::size_t shortText = pathBufferSize;
 
-std::size_t ToWide(std::string_view text, WideChar* buffer, std::size_t capacity) {
-    const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), buffer,
-                                           static_cast<int>(capacity));
-    return static_cast<std::size_t>(size);
+// The terminator goes with the text, and not every system counts it behind an unfinished sequence.
+std::size_t ToWide(const char* text, std::size_t length, WideChar* buffer, std::size_t capacity) {
+    const auto size = static_cast<std::size_t>(
+        ::MultiByteToWideChar(CP_UTF8, 0, text, static_cast<int>(length) + 1, buffer, static_cast<int>(capacity)));
+    return size > 0 && buffer[size - 1] == 0 ? size - 1 : size;
 }
 
 std::size_t ToUtf8(std::basic_string_view<WideChar> text, char* buffer, std::size_t capacity) {
@@ -29,18 +30,17 @@ std::size_t ToUtf8(std::basic_string_view<WideChar> text, char* buffer, std::siz
 
 } // namespace
 
-// A sequence of n bytes never gives more than n units. The terminator stays out of it: not every system counts it behind
-// an unfinished sequence.
-WideString Utf8ToWide(std::string_view text) {
-    text = UpToNul(text);
-    if (text.empty() || text.size() > INT_MAX)
+// A sequence of n bytes never gives more than n units.
+WideString Utf8ToWide(const std::string& text) {
+    const std::size_t length = UpToNul(text).size();
+    if (length == 0 || length >= INT_MAX)
         return {};
-    if (text.size() <= shortText) {
+    if (length < shortText) {
         WideChar buffer[shortText];
-        return WideString(buffer, ToWide(text, buffer, shortText));
+        return WideString(buffer, ToWide(text.c_str(), length, buffer, shortText));
     }
-    WideString wide(text.size(), 0);
-    wide.resize(ToWide(text, wide.data(), wide.size()));
+    WideString wide(length + 1, 0);
+    wide.resize(ToWide(text.c_str(), length, wide.data(), wide.size()));
     return wide;
 }
 

@@ -17,7 +17,7 @@
 namespace Vellox {
 
 // UTF-16 of the text up to its first NUL, each ill-formed sequence as U+FFFD; empty if the system refuses the text.
-WideString Utf8ToWide(std::string_view text);
+WideString Utf8ToWide(const std::string& text);
 
 bool IsValidUtf8(const std::string& text);
 
