@@ -30,6 +30,8 @@ VELLOX_API bool IsSymlink(std::string path);
 // True if nothing matches the search pattern (UTF-8), such as `C:\x\*`. A plain folder path, with or
 // without a trailing `\`, asks for that folder's contents. A folder that is missing or cannot be
 // listed counts as empty; the name of a file gives false.
+//   C:\Empty, C:\Empty\, C:\Empty\* => true    C:\Missing, "" => true    C:\Empty\*.mp3 => true
+//   C:\Full\* => false                        C:\Full\a.wav => false
 VELLOX_API bool IsFolderEmpty(std::string pattern);
 
 // The bytes that the user may still write on the volume of the folder (narrow). If the folder is not
@@ -46,7 +48,7 @@ VELLOX_API void VelloxSetCurrentDirectory(const char* path);
 // ---- Creating folders ----
 
 // Makes one folder (UTF-8) whose parent exists. False if it could not be made, so also if the name is
-// taken already.
+// taken already, even by a folder.
 VELLOX_API bool CreateDirectoryA(std::string path);
 
 // Makes every missing level of the path (UTF-8, only `\` separates). The first component stands for the drive
@@ -63,7 +65,9 @@ VELLOX_API bool CreateDirectories(std::string path);
 // folders (GetFolderFiles) or are folders (GetFolderSubfolders; links to folders count). The last
 // component may hold `*` and `?`; a name without them matches the one entry of that name. "." and
 // ".." never appear. The order is the system's own. A pattern that cannot be searched, one that ends
-// in a separator included, gives an empty list.
+// in a separator included, gives an empty list. With a.wav, TAKE.WAV and notes in C:\w, on Linux:
+//   C:\w\*, C:\w\*.* => all three        C:\w\*.wav => a.wav, TAKE.WAV    C:\w\t?ke.wav => TAKE.WAV
+//   C:\w\a.wav => a.wav                  C:\w\A.WAV => none               C:\w\, "" => none
 VELLOX_API std::vector<std::string> GetFolderFiles(std::string pattern);
 VELLOX_API std::vector<std::string> GetFolderSubfolders(std::string pattern);
 
@@ -95,6 +99,9 @@ enum CopyFileError : std::int32_t {
 // null, tells the class of the failure, worked out from a new look at both paths. On success *error
 // keeps what it held. A link as the source is followed. Source and destination the same file: refused
 // as held.
+//   no source, or a folder => SourceNotFound          the source itself => SourceNotReadable
+//   taken, with failIfExists => DestinationExists     no folder for it => DestinationNotWritable
+//   taken by a folder or read-only, without failIfExists => DestinationNotWritable
 VELLOX_API bool CopyFileA(std::string source, std::string destination, bool failIfExists, CopyFileError* error);
 
 // Copies what is in the source folder, subfolders included, into the destination folder, which is

@@ -84,6 +84,9 @@ VELLOX_API std::string GetPlatformType();
 // without a trailing separator, in the system's narrow text. On Linux the application data folder is
 // $XDG_DATA_HOME, else $HOME/.local/share, else the same below the home of the user's account.
 //
+//   on Windows => C:\Users\me\AppData\Roaming\Vellox Studio 10
+//   on Linux => C:\home\me\.local\share\Vellox Studio 10
+//
 // The application data folder is made if it is missing, the folder "Vellox Studio 10" is not: a host
 // that wants to use the trash makes it once.
 //

@@ -20,6 +20,9 @@ namespace Vellox::FileNames {
 // or a drive it is a path, without one it is searched for as the system does (on Linux, in PATH). The argument program
 // is not looked at.
 //
+//   {play, a.wav} => the words play, a.wav           {play, my take.wav} => play, my, take.wav
+//   {play, "my take.wav"} => play, my take.wav       {"C:\my tools\play"} => C:\my tools\play
+//
 // Gives null if the program is missing or refused, or if the line is empty.
 VELLOX_API void* LaunchProcess(std::string program, std::vector<std::string>& arguments);
 
