@@ -113,7 +113,7 @@ VELLOX_API bool CopyFileA(std::string source, std::string destination, bool fail
 VELLOX_API void CopyFolder(std::string source, std::string destination);
 
 // Deletes the folder with its contents. The path is read as in CopyFolder and taken literally. A link
-// is removed, what it points to is not touched.
+// is removed, what it points to is not touched. A root, the current folder and one above it stay.
 //   showShellDialogs true: for good, on Windows with the shell's own questions, on Linux without.
 //   permanently false:     into the system's recycle bin; what cannot be recycled stays.
 //   permanently true:      silently and for good.

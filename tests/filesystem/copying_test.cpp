@@ -119,9 +119,10 @@ TEST_F(CopyingTest, DeletesWhatIsNamedAndNothingBehindALink) {
     MakeLink("../keep", "t/folder");
     MakeLink("none", "t/dangling");
     const std::string before = Describe(At(""));
-    for (const char* name : {"", ".", "..", R"(..\)", R"(keep\..)", R"(.\.)", "none", R"(Q:\t)"})
+    const std::string names[] = {"", ".", "..", In("in"), In(""), R"(keep\..)", R"(.\.)", "none", R"(Q:\t)"};
+    for (const std::string& name : names)
         for (const bool permanently : {false, true}) {
-            DeleteFolderWithContents(name, false, permanently);
+            DeleteFolderWithContents(name.c_str(), false, permanently);
             ASSERT_EQ(Describe(At("")), before) << name;
         }
     for (const char* name : {R"(t\*)", R"(t\folder\)"})

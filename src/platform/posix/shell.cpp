@@ -1,7 +1,10 @@
+#include <sys/stat.h>
+
 #include <string>
 #include <string_view>
 
 #include "platform/posix/errors.h"
+#include "platform/posix/identity.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/recycle_bin.h"
 #include "platform/posix/tree.h"
@@ -28,12 +31,20 @@ bool Copy(const PosixPath& from, const PosixPath& to) {
     return CopyTreeContents(source.empty() ? "." : std::string(source), WithoutTrailingSeparators(to.View()));
 }
 
+// Elsewhere the system itself holds the folder that a process stands in.
+bool HoldsCurrentFolder(const std::string& path) {
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && LiesInFolder(".", status);
+}
+
 bool Run(const SHFILEOPSTRUCTW& operation) {
     const PosixPath from(operation.pFrom);
     if (!from.IsValid())
         return false;
     if (operation.wFunc == FO_DELETE) {
         const std::string path = WithoutTrailingSeparators(from.View());
+        if (HoldsCurrentFolder(path))
+            return Fail(ERROR_BUSY);
         return (operation.fFlags & FOF_ALLOWUNDO) != 0 ? MoveToRecycleBin(path) : DeleteTree(path);
     }
     const PosixPath to(operation.pTo);
