@@ -52,6 +52,15 @@ bool HoldSameTree(const WCHAR* source, const WCHAR* copy);
 // came later or was changed, stays where it is; then, or if something could not be removed, it gives false.
 bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy);
 
+// Takes an open file for a move, until it is closed; false if another move has it.
+bool ClaimForMove(HANDLE file);
+
+// True if the path still leads to the open file itself.
+bool IsFileAt(const WCHAR* path, HANDLE file);
+
+// Deletes the file at the path, read-only or not, if it is the open file itself.
+bool DeleteFileAt(const WCHAR* path, HANDLE file);
+
 // Has the system write a file or a folder with all it holds from its memory to the disk. False if a write failed.
 bool BringToDisk(const WCHAR* path);
 

@@ -1,6 +1,7 @@
 #include "trash/move.h"
 
 #include <algorithm>
+#include <string>
 
 #include "filesystem/copying.h"
 #include "filesystem/queries.h"
@@ -22,21 +23,26 @@ ItemKind KindOf(const std::string& path) {
     return isDirectory ? ItemKind::Folder : ItemKind::File;
 }
 
-// Holds a file against being written to: what came in behind the copy would go with the source.
-class KeptFromWriters {
+// Knows a file by more than its path, as another process can put another file there at any time.
+class HeldFile {
 public:
-    explicit KeptFromWriters(const WideString& path)
-        : handle_(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-    KeptFromWriters(const KeptFromWriters&) = delete;
-    KeptFromWriters& operator=(const KeptFromWriters&) = delete;
-    ~KeptFromWriters() {
+    HeldFile(const WideString& path, DWORD shareMode)
+        : path_(path), handle_(::CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
+                                             FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    HeldFile(const HeldFile&) = delete;
+    HeldFile& operator=(const HeldFile&) = delete;
+    ~HeldFile() {
         if (IsOpen())
             ::CloseHandle(handle_);
     }
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    bool IsClaimed() const { return IsOpen() && Platform::ClaimForMove(handle_) && IsAtItsPath(); }
+    bool IsAtItsPath() const { return Platform::IsFileAt(path_.c_str(), handle_); }
+    bool Delete() const { return Platform::DeleteFileAt(path_.c_str(), handle_); }
 
 private:
+    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+
+    const WideString& path_;
     HANDLE handle_;
 };
 
@@ -69,20 +75,39 @@ MoveResult MoveFolderByCopy(const std::string& source, const std::string& destin
     return WhatRemovalLeft(Platform::RemoveCopiedTree(from.c_str(), to.c_str()), from, to);
 }
 
+// A copy under a name of its own, which no other process knows; the empty text if none could be made.
+std::string CopyBeside(const std::string& source, const std::string& destination) {
+    constexpr bool failIfExists = true;
+    const std::string stem = destination.substr(0, destination.find_last_of("\\/:") + 1) + ".vellox-move";
+    for (int number = 1;; ++number) {
+        std::string copy = stem + std::to_string(number);
+        if (CopyFileA(source, copy, failIfExists, nullptr))
+            return copy;
+        if (!IsTaken(copy))
+            return {};
+    }
+}
+
+// The copy takes its name as late as it can, as from then on other processes may move it on.
 MoveResult MoveFileByCopy(const std::string& source, const std::string& destination) {
     const WideString from = Utf8ToWide(source);
     const WideString to = Utf8ToWide(destination);
-    const KeptFromWriters kept(from);
-    if (!kept.IsOpen())
+    // Nobody may write, as what came in behind the copy would go with the source.
+    const HeldFile original(from, FILE_SHARE_READ | FILE_SHARE_DELETE);
+    if (!original.IsClaimed())
         return MoveResult::Failed;
-    constexpr bool failIfExists = true;
-    if (!CopyFileA(source, destination, failIfExists, nullptr))
-        return WhyNothingWasMade(destination);
-    if (!IsSafeOnDisk(to, from)) {
-        ::DeleteFileW(to.c_str());
+    const std::string copy = CopyBeside(source, destination);
+    if (copy.empty())
         return MoveResult::Failed;
+    const WideString made = Utf8ToWide(copy);
+    const bool isWhole = Platform::HoldSameTree(from.c_str(), made.c_str());
+    if (!isWhole || ::MoveFileW(made.c_str(), to.c_str()) == FALSE) {
+        DeleteFolderForGood(copy);
+        return isWhole ? WhyNothingWasMade(destination) : MoveResult::Failed;
     }
-    return WhatRemovalLeft(Platform::RemoveCopiedTree(from.c_str(), to.c_str()), from, to);
+    // Whoever has moved it on has brought it to disk.
+    const bool isSafe = Platform::BringToDisk(to.c_str()) || !Platform::HasAttributes(to.c_str());
+    return (isSafe && original.Delete()) || !original.IsAtItsPath() ? MoveResult::Moved : MoveResult::Copied;
 }
 
 MoveResult MoveLinkByCopy(const std::string& source, const std::string& destination) {

@@ -1,10 +1,12 @@
 #include "platform/posix/identity.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include "platform/posix/descriptor.h"
 #include "platform/posix/errors.h"
+#include "platform/posix/handles.h"
 #include "platform/posix/paths.h"
 #include "platform/win32.h"
 
@@ -69,6 +71,26 @@ bool Vellox::Platform::LiesInFolder(const WCHAR* path, const WCHAR* folder) {
     struct stat status;
     return place.IsValid() && folderPlace.IsValid() && ::stat(folderPlace.Text(), &status) == 0 &&
            Posix::LiesInFolder(place.Text(), status);
+}
+
+// Where the file system has no such locks, moves have to do without.
+bool Vellox::Platform::ClaimForMove(HANDLE file) {
+    int descriptor = 0;
+    return ToDescriptor(file, descriptor) && (Retried([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0 ||
+                                              errno != EWOULDBLOCK || Fail(ERROR_SHARING_VIOLATION));
+}
+
+bool Vellox::Platform::IsFileAt(const WCHAR* path, HANDLE file) {
+    const PosixPath place(path);
+    int descriptor = 0;
+    struct stat status;
+    struct stat fileStatus;
+    return place.IsValid() && ToDescriptor(file, descriptor) && ::lstat(place.Text(), &status) == 0 &&
+           ::fstat(descriptor, &fileStatus) == 0 && IsSameEntry(status, fileStatus);
+}
+
+bool Vellox::Platform::DeleteFileAt(const WCHAR* path, HANDLE file) {
+    return IsFileAt(path, file) && ::DeleteFileW(path) != FALSE;
 }
 
 void Vellox::Platform::CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {

@@ -54,3 +54,11 @@ int Vellox::Platform::RenameWithoutReplacing(const char* oldPath, const char* ne
         return -1;
     return Posix::RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) || Posix::FailFromErrno() ? 0 : -1;
 }
+
+BOOL MoveFileW(const WCHAR* path, const WCHAR* newPath) {
+    const Vellox::Posix::PosixPath from(path);
+    const Vellox::Posix::PosixPath to(newPath);
+    return static_cast<BOOL>(from.IsValid() && to.IsValid() &&
+                             (Vellox::Posix::RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) ||
+                              Vellox::Posix::FailFromErrno()));
+}

@@ -142,6 +142,7 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size);
 BOOL FlushFileBuffers(HANDLE file);
 BOOL CloseHandle(HANDLE handle);
 BOOL DeleteFileW(const WCHAR* path);
+BOOL MoveFileW(const WCHAR* path, const WCHAR* newPath);
 BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists);
 
 // ---- Attributes and folders ----

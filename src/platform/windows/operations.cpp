@@ -312,4 +312,31 @@ void CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
     ::SetFileAttributesW(to, data.dwFileAttributes);
 }
 
+// Far beyond any content, where a lock binds nobody else.
+bool ClaimForMove(HANDLE file) {
+    return ::LockFile(file, 0, 0x40000000, 1, 0) != FALSE || ::GetLastError() != ERROR_LOCK_VIOLATION;
+}
+
+bool IsFileAt(const WCHAR* path, HANDLE file) {
+    const HANDLE there =
+        ::CreateFileW(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                      FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (there == INVALID_HANDLE_VALUE)
+        return false;
+    BY_HANDLE_FILE_INFORMATION first = {};
+    BY_HANDLE_FILE_INFORMATION second = {};
+    const bool isKnown =
+        ::GetFileInformationByHandle(there, &first) != FALSE && ::GetFileInformationByHandle(file, &second) != FALSE;
+    ::CloseHandle(there);
+    return isKnown && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
+           first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
+}
+
+bool DeleteFileAt(const WCHAR* path, HANDLE file) {
+    if (!IsFileAt(path, file))
+        return false;
+    ::SetFileAttributesW(path, FILE_ATTRIBUTE_NORMAL); // a read-only mark would keep it here
+    return ::DeleteFileW(path) != FALSE;
+}
+
 } // namespace Vellox::Platform
