@@ -48,8 +48,8 @@ bool LiesInFolder(const WCHAR* path, const WCHAR* folder);
 // same targets, and nobody is writing to a file of the source. An entry that cannot be inspected makes it false.
 bool HoldSameTree(const WCHAR* source, const WCHAR* copy);
 
-// Removes a file or a folder of which there is a finished copy. What is not in the copy as it stands at that moment, because it
-// came later or was changed, stays where it is; then, or if something could not be removed, it gives false.
+// Removes a file or a folder of which there is a finished copy. What is not in the copy as it stands at that moment,
+// because it came later or was changed, stays where it is; then, or if something could not be removed, it gives false.
 bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy);
 
 // Takes an open file for a move, until it is closed; false if another move has it.

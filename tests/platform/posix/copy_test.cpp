@@ -1,5 +1,4 @@
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -45,20 +44,6 @@ TEST_F(CopyTest, FollowsLinksAndTellsOfAFullDisk) {
     ::setrlimit(RLIMIT_FSIZE, &old);
     static_cast<void>(::signal(SIGXFSZ, SIG_DFL));
     EXPECT_EQ(Describe("."), before);
-}
-
-TEST_F(CopyTest, LeavesTheOldFileWhenTheProcessIsKilled) {
-    const fs::path source = OtherVolume() / "source";
-    Shell("mkdir to; printf old > to/b; truncate -s 1G " + source.string());
-    const pid_t process = ::fork();
-    if (process == 0)
-        ::_exit(CopyFileA(Win32(source), R"(to\b)", false, nullptr) ? 0 : 1);
-    for (int wait = 0; wait < 20000 && Entries("to") == 1; ++wait)
-        ::usleep(500);
-    ::kill(process, SIGKILL);
-    int status = 0;
-    ::waitpid(process, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status) && fs::file_size("to/b") == 3) << status << " " << fs::file_size("to/b");
 }
 
 TEST_F(CopyTest, RecyclesEveryItemWithItsWayBack) {

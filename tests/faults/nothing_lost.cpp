@@ -1,0 +1,413 @@
+#include <fcntl.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <thread>
+
+#include "faults/injection.h"
+#include "platform/win32.h"
+#include "support/scratch.h"
+#include "trash/catalogue.h"
+#include "vellox/filesystem.h"
+#include "vellox/trash.h"
+
+namespace Vellox::FileNames {
+namespace {
+
+using namespace Vellox::Testing;
+
+// What the operation does to the files at or below one path, and where the other path is to hold them.
+enum class Effect { Copies, Moves, Deletes, Makes };
+struct Operation {
+    const char* name;
+    Effect effect;
+    fs::path from;
+    fs::path to;
+    std::function<void()> run;
+};
+
+using Files = std::map<fs::path, std::string>;
+using Records = std::map<std::string, std::string>;
+
+// The complete records of a catalogue, or of what is left of one.
+Records RecordsOf(const std::string& bytes) {
+    Records records;
+    std::size_t at = 8;
+    const auto take = [&](std::string& text) {
+        int size = 0;
+        if (at + sizeof size > bytes.size())
+            return false;
+        std::memcpy(&size, &bytes[at], sizeof size);
+        at += sizeof size;
+        if (at + static_cast<std::size_t>(size) > bytes.size())
+            return false;
+        text = bytes.c_str() + at;
+        at += static_cast<std::size_t>(size);
+        return true;
+    };
+    std::string key;
+    std::string place;
+    while (take(key) && (at += sizeof(std::uint64_t)) < bytes.size() && take(place))
+        records[key] = place;
+    return records;
+}
+
+// The path at the one place that the other has below the other place; empty if it is not there.
+fs::path Counterpart(const fs::path& path, const fs::path& from, const fs::path& to) {
+    const fs::path rest = path.lexically_relative(from);
+    if (to.empty() || rest.empty() || *rest.begin() == "..")
+        return {};
+    return rest == "." ? to : to / rest;
+}
+
+// The trash is on one volume; the items are on the same or on the other.
+class NothingLost : public ScratchTest, public ::testing::WithParamInterface<bool> {
+protected:
+    NothingLost() : near(OtherVolume()), items(GetParam() ? At("") : near), song(near.filename()) {
+        static const fs::path folder = near.string() + "-data"; // a process asks for the home folder once
+        data = folder;
+        trash = data / "Vellox Studio 10/Trash";
+        bins[0] = data / "Trash";
+        bins[1] = "/dev/shm/.Trash-" + std::to_string(::geteuid());
+        fs::create_directories(trash);
+        SetEnvironment("XDG_DATA_HOME", data.string());
+        EXPECT_EQ(GetTrashFolderPath(), Win32(trash));
+        SetTemporaryFolder(near / "tmp");
+        TrashCatalogue catalogue;
+        catalogue.Load(Win32(trash));
+        for (int item = 0; item < 400; ++item) // more than one piece for the reader and the writer
+            catalogue.Add("other item " + std::to_string(item), std::string(200, 'o'));
+        for (const char* name : {"kept.wav", "gone"})
+            catalogue.Add(Win32(trash / name), Win32(items / "back" / name));
+        catalogue.Save();
+        catalogueBytes = ReadFile(trash / ".trash.db");
+        Build();
+        before = Look();
+    }
+    ~NothingLost() override {
+        Clear();
+        fs::remove_all(data);
+        SetTemporaryFolder("/tmp");
+    }
+
+    fs::path InfoIn(const fs::path& bin) const { return bin / "info" / (song.string() + ".trashinfo"); }
+
+    void Clear() const {
+        for (const fs::path& folder : {trash, items, near})
+            for (const auto& entry : fs::directory_iterator(folder))
+                fs::remove_all(entry);
+        for (const fs::path& bin : bins) {
+            fs::remove_all(bin / "files" / song);
+            fs::remove(InfoIn(bin));
+        }
+    }
+
+    void Build() const {
+        Clear();
+        WriteFile(items / "take.wav", std::string(150'000, '.'));
+        for (const fs::path& path : {items / song / "a.wav", items / song / "sub/b.wav", near / "to/a.wav",
+                                     near / "old.wav", near / "tmp/mine", trash / "kept.wav", trash / "gone/a.wav"})
+            WriteFile(path, path.string());
+        for (const fs::path& link : {items / song / "link", items / "link", trash / "gone/link"})
+            fs::create_symlink(link.filename(), link);
+        fs::create_directory(items / "back");
+        WriteFile(trash / ".trash.db", catalogueBytes);
+    }
+
+    // What stands in all these folders. The system's recycle bin can be one of two; the first stands for both.
+    Files Look() const {
+        std::vector<std::pair<fs::path, fs::path>> roots = {{trash, trash}, {items, items}, {near, near}};
+        Files files;
+        for (const fs::path& bin : bins)
+            if (fs::exists(InfoIn(bin)) && fs::exists(bin / "files" / song)) {
+                roots.emplace_back(bin / "files" / song, bins[0] / "files" / song);
+                files[bins[0] / "files" / song] = "folder";
+            }
+        for (const auto& [root, name] : roots)
+            for (const auto& entry : fs::recursive_directory_iterator(root))
+                if (entry.path() != trash / ".trash.db")
+                    files[name / entry.path().lexically_relative(root)] = entry.is_symlink()
+                                                                              ? "to " + fs::read_symlink(entry).string()
+                                                                          : entry.is_directory() ? "folder"
+                                                                                                 : ReadFile(entry);
+        return files;
+    }
+
+    std::vector<Operation> Operations() const {
+        const auto take = Win32(items / "take.wav"), folder = Win32(items / song), link = Win32(items / "link");
+        const auto trashItem = [](const std::string& path) { return [=] { DeleteFileToRecycleBin(path, true); }; };
+        const auto copyFile = [=](const fs::path& to) { return [=] { CopyFileA(take, Win32(to), false, nullptr); }; };
+        const auto copyFolder = [=](const fs::path& to) { return [=] { CopyFolder(folder, Win32(to)); }; };
+        std::vector<Operation> rows = {
+            {"CopyFileA", Effect::Copies, items / "take.wav", near / "new.wav", copyFile(near / "new.wav")},
+            {"CopyFileA over", Effect::Copies, items / "take.wav", near / "old.wav", copyFile(near / "old.wav")},
+            {"CopyFolder", Effect::Copies, items / song, near / "copy", copyFolder(near / "copy")},
+            {"CopyFolder into", Effect::Copies, items / song, near / "to", copyFolder(near / "to")},
+            {"Trash file", Effect::Moves, items / "take.wav", trash / "take.wav", trashItem(take)},
+            {"Trash folder", Effect::Moves, items / song, trash / song, trashItem(folder)},
+            {"Trash link", Effect::Moves, items / "link", trash / "link", trashItem(link)},
+        };
+        for (const char* name : {"kept.wav", "gone"})
+            rows.push_back({"PutBack", Effect::Moves, trash / name, items / "back" / name,
+                            [=, this] { PutBack(Win32(trash / name)); }});
+        if (GetParam())
+            return rows; // the others are the same on any volume
+        const auto deletion = [=](bool permanently) {
+            return [=] { DeleteFolderWithContents(folder.c_str(), false, permanently); };
+        };
+        const auto temporaryNames = [] {
+            GetTempFilename("voc");
+            GetTempFilenameNoCreate();
+            GetTempFilenameNoCreateW();
+            GetUniqueTempFilename("wav");
+        };
+        rows.push_back({"Delete", Effect::Deletes, items / song, "", deletion(true)});
+        rows.push_back({"Recycle", Effect::Moves, items / song, bins[0] / "files" / song, deletion(false)});
+        rows.push_back({"Temporary names", Effect::Makes, "", "", temporaryNames});
+        rows.push_back({"CreateDirectories", Effect::Makes, "", "", [=] { CreateDirectories(folder + R"(\x\y\z)"); }});
+        rows.push_back({"CanPutBack", Effect::Makes, "", "", [=] { CanPutBack(take); }});
+        return rows;
+    }
+
+    // Every file is whole at one of its places, and nothing else has come but what the operation makes.
+    void ExpectNothingLost(const Operation& operation, const Files& after, bool mayLitter) const {
+        const auto holds = [&](const fs::path& path, const std::string& content) {
+            const auto found = after.find(path);
+            return found != after.end() && found->second == content;
+        };
+        for (const auto& [path, content] : before) {
+            const fs::path newPlace = Counterpart(path, operation.from, operation.to);
+            const fs::path source = Counterpart(path, operation.to, operation.from);
+            const bool isMoved = operation.effect == Effect::Moves && holds(newPlace, content);
+            const bool isReplaced = before.count(source) != 0 && holds(path, before.at(source));
+            const bool isDeleted = operation.effect == Effect::Deletes && after.count(path) == 0 &&
+                                   !Counterpart(path, operation.from, "x").empty();
+            EXPECT_TRUE(holds(path, content) || isMoved || isReplaced || isDeleted) << path << " is lost";
+        }
+        for (const auto& [path, content] : after) {
+            const fs::path source = Counterpart(path, operation.to, operation.from);
+            const bool isCopy = before.count(source) != 0 && before.at(source) == content;
+            const bool isMade = content == "folder" || (path.extension() == ".TMP" && content.empty());
+            const bool isLitter = mayLitter && path.filename().string().starts_with(".vellox-");
+            EXPECT_TRUE(before.count(path) != 0 || isCopy || isMade || isLitter) << path << " is new";
+        }
+        for (const fs::path& bin : bins) {
+            const bool isNamed = fs::exists(InfoIn(bin));
+            const bool isThere = fs::exists(bin / "files" / song);
+            EXPECT_TRUE(isNamed == isThere || (isNamed && mayLitter)) << "without its way back in " << bin;
+        }
+    }
+
+    bool IsDone(const Operation& operation, const Files& after) const {
+        for (const auto& [path, content] : before)
+            if (const fs::path place = Counterpart(path, operation.from, operation.to); !place.empty())
+                if (after.count(place) == 0 || after.at(place) != content ||
+                    (after.count(path) != 0) != (operation.effect == Effect::Copies))
+                    return false;
+        return operation.effect != Effect::Deletes || !fs::exists(operation.from);
+    }
+
+    // The next operation keeps the records that the file still has, and those of the process.
+    void ExpectRecords(const Operation& operation, const Records& records, bool knowsNew) const {
+        CanPutBack("");
+        const Records now = RecordsOf(ReadFile(trash / ".trash.db"));
+        const auto isForgotten = [&](const auto& record) {
+            return now.count(record.first) == 0 && record.first != Win32(operation.from);
+        };
+        EXPECT_EQ(std::count_if(records.begin(), records.end(), isForgotten), 0) << "records are forgotten";
+        const bool isInTrash = operation.to.parent_path() == trash && fs::exists(fs::symlink_status(operation.to));
+        EXPECT_TRUE(!knowsNew || !isInTrash || now.count(Win32(operation.to)) != 0)
+            << operation.to << " is not findable";
+    }
+
+    void Restore(const Files& after) const {
+        for (const fs::path& bin : bins)
+            fs::remove(InfoIn(bin));
+        after == before ? WriteFile(trash / ".trash.db", catalogueBytes) : Build();
+    }
+
+    // Runs the operation with the injection, or with so few descriptors; false if nothing stood in its way.
+    bool SurvivesFault(const Operation& operation, const Injection& fault, rlim_t descriptors) {
+        const std::size_t descriptorsBefore = OpenDescriptors();
+        struct rlimit old {};
+        ::getrlimit(RLIMIT_NOFILE, &old);
+        const struct rlimit few { std::min(descriptors, old.rlim_max), old.rlim_max };
+        ::setrlimit(RLIMIT_NOFILE, &few);
+        injection = fault;
+        operation.run();
+        injection.boundary = Boundary::Nowhere;
+        ::setrlimit(RLIMIT_NOFILE, &old);
+        SCOPED_TRACE(std::string(operation.name) + ", call " + std::to_string(fault.first) + ", " + injection.struck +
+                     ", error " + std::to_string(fault.error) + " until " + std::to_string(fault.last) + ", below " +
+                     std::to_string(descriptors));
+        EXPECT_EQ(OpenDescriptors(), descriptorsBefore);
+        EXPECT_EQ(injection.inherited, nullptr) << injection.inherited;
+        const Files after = Look();
+        const bool isDone = IsDone(operation, after);
+        const bool isPassing = fault.error == EINTR && fault.first == fault.last && injection.couldWait;
+        EXPECT_TRUE(isDone || !isPassing) << "is not done";
+        const bool removalFails = std::string_view(injection.struck).starts_with("unlink");
+        ExpectNothingLost(operation, after, fault.first != fault.last || removalFails);
+        ExpectRecords(operation, RecordsOf(catalogueBytes), true);
+        Restore(after);
+        const bool isUntouched = fault.boundary == Boundary::Nowhere ? isDone : injection.calls < fault.first;
+        EXPECT_TRUE(isDone || !isUntouched) << "is not done";
+        return !isUntouched;
+    }
+
+    // Runs the operation in a process of its own and kills it at its Nth system call; false if it made fewer.
+    static bool IsKilledAt(const Operation& operation, long number) {
+        const pid_t process = ::fork();
+        if (process == 0) {
+            ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+            static_cast<void>(::raise(SIGSTOP));
+            operation.run();
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        // A call stops twice, at its begin and at its end.
+        for (long stop = 0; WIFSTOPPED(status) && stop < 2 * number; ++stop) {
+            ::ptrace(PTRACE_SYSCALL, process, nullptr, nullptr);
+            ::waitpid(process, &status, 0);
+        }
+        if (!WIFSTOPPED(status)) {
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+            return false;
+        }
+        ::kill(process, SIGKILL);
+        ::waitpid(process, &status, 0);
+        return true;
+    }
+
+    const fs::path near;
+    const fs::path items;
+    const fs::path song;
+    fs::path data;
+    fs::path trash;
+    fs::path bins[2];
+    std::string catalogueBytes;
+    Files before;
+};
+
+TEST_P(NothingLost, WhateverCallFails) {
+#ifdef __SANITIZE_ADDRESS__ // ten times slower, and one error leads down the same roads as another
+    const std::pair<Boundary, std::vector<int>> boundaries[] = {{Boundary::Posix, {EIO}}};
+#else
+    const std::pair<Boundary, std::vector<int>> boundaries[] = {
+        {Boundary::Posix, {ENOSPC, EIO, EACCES, ETXTBSY, EINTR, EMFILE, EXDEV, EINVAL}},
+        {Boundary::Win32, {ERROR_DISK_FULL, ERROR_READ_FAULT, ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION}},
+    };
+#endif
+    long points = 0;
+    for (const Operation& operation : Operations())
+        for (const auto& [boundary, errors] : boundaries)
+            for (const int error : errors)
+                for (const long inARow : {1L, error == EINTR ? 5L : LONG_MAX / 2})
+                    for (long first = 1;
+                         SurvivesFault(operation, {boundary, error, first, first + inARow - 1}, RLIM_INFINITY); ++first)
+                        ++points;
+    std::cout << points << " points of failure\n";
+}
+
+TEST_P(NothingLost, AtTheLimitOfDescriptors) {
+    for (const Operation& operation : Operations())
+        for (rlim_t limit = OpenDescriptors() - 1; SurvivesFault(operation, {}, limit); ++limit)
+            ASSERT_LT(limit, 100U);
+}
+
+TEST_P(NothingLost, WhereverTheProcessIsKilled) {
+    long points = 0;
+    for (const Operation& operation : Operations()) {
+        long number = 1;
+        for (; IsKilledAt(operation, number); ++number, ++points) {
+            SCOPED_TRACE(std::string(operation.name) + " killed at " + std::to_string(number));
+            const Files after = Look();
+            ExpectNothingLost(operation, after, true);
+            ExpectRecords(operation, RecordsOf(ReadFile(trash / ".trash.db")), false);
+            Restore(after);
+        }
+        EXPECT_TRUE(number > 4 && IsDone(operation, Look())) << operation.name;
+        Build();
+    }
+    std::cout << points << " points of death\n";
+}
+
+TEST_P(NothingLost, WhenADeletedFolderBecomesALink) {
+    constexpr int rounds = 3000;
+    std::atomic<int> swaps{0};
+    const fs::path inner = near / "doomed/sub", bait = near / "bait", other = items / song;
+    const std::jthread swapper([&](const std::stop_token& stop) {
+        while (!stop.stop_requested())
+            if (::renameat2(AT_FDCWD, inner.c_str(), AT_FDCWD, bait.c_str(), RENAME_EXCHANGE) == 0)
+                ++swaps;
+    });
+    for (int round = 0; round < rounds; ++round) {
+        fs::remove_all(bait);
+        fs::create_directory_symlink(other, bait);
+        WriteFile(near / "next/sub/sub/b.wav", "doomed");
+        fs::rename(near / "next", near / "doomed");
+        DeleteFolderWithContents(Win32(near / "doomed").c_str(), false, true);
+        for (std::error_code ignored; fs::exists(near / "doomed");) // a link can still come back
+            fs::remove_all(near / "doomed", ignored);
+    }
+    fs::remove_all(bait);
+    EXPECT_EQ(Look(), before);
+    std::cout << rounds << " folders deleted, swapped " << swaps << " times\n";
+}
+
+// Each process trashes takes of its own, and all put back whatever they find.
+TEST_P(NothingLost, WhenProcessesMeetInTheTrash) {
+    constexpr int races = 10, takes = 3, turns = 5;
+    for (const int processes : {2, 8}) {
+        std::ptrdiff_t forgotten = 0;
+        for (int race = 0; race < races; ++race) {
+            Clear();
+            for (int number = 0; number < processes * takes; ++number)
+                WriteFile(items / std::to_string(number) / "take.wav", "take " + std::to_string(number));
+            for (int process = 0; process < processes; ++process)
+                if (::fork() == 0) {
+                    for (int turn = 0; turn <= turns; ++turn) {
+                        for (int take = 0; take < takes; ++take)
+                            DeleteFileToRecycleBin(Win32(items / std::to_string(process * takes + take) / "take.wav"),
+                                                   true);
+                        for (const std::string& name : GetFolderFiles(Win32(trash / "*")))
+                            if (turn < turns && CanPutBack(Win32(trash / name)))
+                                PutBack(Win32(trash / name));
+                    }
+                    ::_exit(0);
+                }
+            for (int status = 0; ::wait(&status) > 0;)
+                EXPECT_EQ(status, 0);
+            const Records left = RecordsOf(ReadFile(trash / ".trash.db"));
+            ExpectRecords({}, left, false);
+            std::map<std::string, int> found;
+            for (const auto& [path, content] : Look())
+                if (content != "folder") {
+                    ++found[content];
+                    forgotten += path.parent_path() == trash && !CanPutBack(Win32(path));
+                }
+            for (int number = 0; number < processes * takes; ++number)
+                EXPECT_GE(found["take " + std::to_string(number)], 1) << number << " is lost";
+        }
+        std::cout << processes << " processes, " << races * processes * (turns + 1) << " turns: " << forgotten << " of "
+                  << races * processes * takes << " items without their record\n";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Volumes, NothingLost, ::testing::Bool(),
+                         [](const auto& volume) { return volume.param ? "Other" : "Same"; });
+
+} // namespace
+} // namespace Vellox::FileNames
