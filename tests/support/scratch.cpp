@@ -4,8 +4,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <numeric>
+#include <set>
 #include <sstream>
-#include <vector>
 
 namespace Vellox::Testing {
 namespace {
@@ -24,13 +25,13 @@ std::string DescribeEntry(const fs::path& folder, const fs::path& path) {
     const fs::file_status status = fs::symlink_status(path);
     std::ostringstream line;
     line << Win32(path.lexically_relative(folder)) << ' ' << static_cast<int>(status.type());
-    if (!fs::is_symlink(status))
-        line << ' ' << std::oct << static_cast<unsigned>(status.permissions());
     if (fs::is_symlink(status))
         line << " -> " << Win32(fs::read_symlink(path));
+    else
+        line << ' ' << std::oct << static_cast<unsigned>(status.permissions());
     if (fs::is_regular_file(status))
         line << ": " << ReadFile(path);
-    return line.str();
+    return line.str() + "\n";
 }
 
 } // namespace
@@ -54,10 +55,16 @@ std::string Win32(const fs::path& path) {
 }
 
 void WriteFile(const fs::path& path, std::string_view content) {
-    fs::create_directories(path.parent_path());
+    fs::create_directories(fs::absolute(path).parent_path());
     std::ofstream file(path, std::ios::binary);
     file << content;
     ASSERT_TRUE(file.flush()) << path;
+}
+
+void Make(std::initializer_list<std::string> names) {
+    for (const std::string& name : names)
+        name.back() != '/' ? WriteFile(Utf8Path(name), name)
+                           : void(fs::create_directories(Utf8Path(name.substr(0, name.size() - 1))));
 }
 
 std::string ReadFile(const fs::path& path) {
@@ -66,14 +73,10 @@ std::string ReadFile(const fs::path& path) {
 }
 
 std::string Describe(const fs::path& folder) {
-    std::vector<std::string> lines;
+    std::set<std::string> lines;
     for (const auto& entry : fs::recursive_directory_iterator(folder))
-        lines.push_back(DescribeEntry(folder, entry.path()));
-    std::sort(lines.begin(), lines.end());
-    std::string text;
-    for (const std::string& line : lines)
-        text += line + "\n";
-    return text;
+        lines.insert(DescribeEntry(folder, entry.path()));
+    return std::accumulate(lines.begin(), lines.end(), std::string());
 }
 
 fs::path MakeTrash() {

@@ -22,6 +22,8 @@ std::string Win32(const fs::path& path);
 #define VELLOX_TRACE_ROW(text) SCOPED_TRACE(std::string("row: ") + (text))
 
 void WriteFile(const fs::path& path, std::string_view content);
+// Below the current folder: files that hold their own name, and folders where a name ends in a slash.
+void Make(std::initializer_list<std::string> names);
 std::string ReadFile(const fs::path& path);
 
 // Whatever its entries allow.
