@@ -1,34 +1,69 @@
-#include "vellox/frame.h"
+#include "frame/text.h"
 
 #include <cmath>
+#include <regex>
 
 #include "support/scratch.h"
+#include "vellox/frame.h"
 
 namespace Vellox {
 namespace {
 
 using namespace Vellox::Testing;
 
-class FrameTest : public ScratchTest {};
+WideString Wide(const std::u16string& units) {
+    return {units.begin(), units.end()};
+}
 
-// The home folder stays for the life of a process, so the test asks for it in one of its own.
-TEST_F(FrameTest, KnowsItsProcess) {
-    const auto body = [&] {
-        EXPECT_TRUE(GetUIScaleFactor() == 1.0F && GetPlatform() == "windows" && GetPlatformType() == "desktop");
-        SetUIScaleFactor(NAN);
-        EXPECT_TRUE(std::isnan(GetUIScaleFactor()));
-        WriteFile(At("file"), "");
-        SetDataFolder(At("file") / "none");
-        EXPECT_EQ(GetProgramFolderUserDocuments(), "");
-        fs::create_directory(At("data"));
-        for (const char* data : {"data", "moved"}) {
-            SetDataFolder(At(data));
-            EXPECT_EQ(GetProgramFolderUserDocuments(), In(R"(data\Vellox Studio 10)"));
-        }
-        EndProcess();
+TEST(Text, ConvertsEveryClassOfCodePointAtEveryPosition) {
+    const std::pair<std::string, std::u16string> rows[] = {
+        // clang-format off
+        {"", u""}, {"\x01", u"\x01"}, {"\x7F", u"\x7F"}, {"\xC2\x80", u"\x80"}, {"\xDF\xBF", u"\x7FF"},
+        {"\xE0\xA0\x80", u"\x800"}, {"\xED\x9F\xBF", u"\xD7FF"}, {"\xEE\x80\x80", u"\xE000"},
+        {"\xEF\xBF\xBF", u"\xFFFF"}, {"\xF0\x90\x80\x80", u"\xD800\xDC00"}, {"\xF4\x8F\xBF\xBF", u"\xDBFF\xDFFF"},
+        // clang-format on
     };
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(body(), ::testing::ExitedWithCode(0), "");
+    for (const auto& [point, units] : rows)
+        for (std::size_t length = 0; length <= 20; ++length) {
+            const std::string utf8 = std::string(length, 'a') + point + std::string(20 - length, 'b');
+            const std::u16string utf16 = std::u16string(length, u'a') + units + std::u16string(20 - length, u'b');
+            ASSERT_EQ(Utf8ToWide(utf8), Wide(utf16));
+            ASSERT_TRUE(WideToUtf8(Wide(utf16).c_str()) == utf8 && IsValidUtf8(utf8)) << utf8;
+        }
+    EXPECT_EQ(WidenBytes("caf\xC3\xA9"), Wide({u"caf\xC3\xA9\0\0", 7}));
+    for (const char* name : {"caf\xC3\xA9", "caf\xE9"})
+        EXPECT_EQ(ShellPath(name), Wide({u"caf\xE9\0\0", 6}));
+}
+
+TEST(Text, ReplacesEachMaximalIllFormedSubpart) {
+    constexpr const char* bySubpart = "linux: Wine takes some ill-formed sequences in fewer parts";
+    // `?` stands for the replacement character.
+    const std::string rows[][3] = {
+        // clang-format off
+        {"caf\xE9", "caf?"}, {"\x80", "?"}, {"\xFE\xFF", "??"}, {"\xC3", "?"}, {"\xC3\x28", "?("},
+        {"\xC0\xAF", "??"}, {"\xC1\xBF", "??"}, {"\xE0\x80\xAF", "???", bySubpart},
+        {"\xE0\x9F\xBF", "???", bySubpart}, {"\xF0\x8F\xBF\xBF", "????", bySubpart},
+        {"\xED\xA0\x80", "???", bySubpart}, {"\xED\xBF\xBF", "???", bySubpart},
+        {"\xF4\x90\x80\x80", "????", bySubpart}, {"\xF5\x80", "??"}, {"\xE2\x82", "?"}, {"\xE2\x82z", "?z"},
+        {"\xF0\x9F\x98", "?"}, {"\xF0\x9F\xF0\x9F\x98\x80", "?\U0001F600"},
+        {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", "????A", bySubpart},
+        // clang-format on
+    };
+    for (const auto& [bytes, marked, onlyOn] : rows) {
+        const std::string text = std::regex_replace(marked, std::regex("\\?"), "\uFFFD");
+        for (const std::string around : {"", "12345678"})
+            EXPECT_TRUE(!HoldsHere(onlyOn) || Utf8ToWide(around + bytes + around) == Utf8ToWide(around + text + around))
+                << bytes;
+        EXPECT_FALSE(IsValidUtf8(bytes)) << bytes;
+    }
+    for (const WideChar half : {WideChar{0xD800}, WideChar{0xDBFF}, WideChar{0xDC00}, WideChar{0xDFFF}})
+        EXPECT_EQ(WideToUtf8(WideString{half, 'z', half}.c_str()), "\xEF\xBF\xBDz\xEF\xBF\xBD");
+}
+
+TEST(ProcessValues, AreAsDocumented) {
+    EXPECT_TRUE(GetUIScaleFactor() == 1.0F && GetPlatform() == "windows" && GetPlatformType() == "desktop");
+    SetUIScaleFactor(NAN);
+    EXPECT_TRUE(std::isnan(GetUIScaleFactor()));
 }
 
 } // namespace

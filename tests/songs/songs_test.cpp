@@ -24,18 +24,16 @@ TEST(IsSongFile, JudgesTheTailOfTheText) {
 class IsSongFolderTest : public ScratchTest {};
 
 TEST_F(IsSongFolderTest, AsksWhetherTheMarkerOpens) {
-    EXPECT_FALSE(IsSongFolder(""));
-    WriteFile(At("song/Vellox.db"), "");
-    fs::create_directories(At("folder/Vellox.db"));
-    EXPECT_TRUE(IsSongFolder(In("song")));
-    EXPECT_TRUE(IsSongFolder(In("song") + "\\"));
-    EXPECT_TRUE(IsSongFolder("song"));
-    EXPECT_FALSE(IsSongFolder(In("folder")));
-    EXPECT_FALSE(IsSongFolder(In("song/Vellox.db")));
-    EXPECT_FALSE(IsSongFolder(In("none")));
-    fs::permissions(At("song/Vellox.db"), fs::perms::none);
+    Make({"song/Vellox.db", "folder/Vellox.db/"});
+    for (const std::string& folder : {std::string("song"), In("song"), In("song\\")})
+        EXPECT_TRUE(IsSongFolder(folder)) << folder;
+    for (const std::string& folder : {std::string(), In("folder"), In("song/Vellox.db"), In("none")})
+        EXPECT_FALSE(IsSongFolder(folder)) << folder;
+    fs::current_path("song");
+    EXPECT_FALSE(IsSongFolder("")) << "which is not the current folder";
+    fs::permissions("Vellox.db", fs::perms::none);
     const AsOrdinaryUser user;
-    EXPECT_EQ(IsSongFolder(In("song")), !user.IsBound());
+    EXPECT_NE(IsSongFolder("."), HoldsHere(withRights));
 }
 
 } // namespace
