@@ -18,9 +18,6 @@ fs::path Utf8Path(std::string_view text);
 // The path as the library takes it: `C:\...`.
 std::string Win32(const fs::path& path);
 
-// One table row, named in the message of a failure.
-#define VELLOX_TRACE_ROW(text) SCOPED_TRACE(std::string("row: ") + (text))
-
 void WriteFile(const fs::path& path, std::string_view content);
 // Below the current folder: files that hold their own name, and folders where a name ends in a slash.
 void Make(std::initializer_list<std::string> names);

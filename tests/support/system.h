@@ -51,9 +51,6 @@ class AsOrdinaryUser {
 public:
     AsOrdinaryUser();
     ~AsOrdinaryUser();
-
-    // Whether rights bind now; under Wine they never do.
-    bool IsBound() const;
 };
 
 } // namespace Vellox::Testing

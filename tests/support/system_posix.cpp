@@ -81,8 +81,4 @@ AsOrdinaryUser::~AsOrdinaryUser() {
         ADD_FAILURE() << "cannot act as root again";
 }
 
-bool AsOrdinaryUser::IsBound() const {
-    return ::geteuid() != 0;
-}
-
 } // namespace Vellox::Testing

@@ -77,8 +77,4 @@ bool IsOld(const std::filesystem::path& path) {
 AsOrdinaryUser::AsOrdinaryUser() = default;
 AsOrdinaryUser::~AsOrdinaryUser() = default;
 
-bool AsOrdinaryUser::IsBound() const {
-    return false;
-}
-
 } // namespace Vellox::Testing
