@@ -58,10 +58,13 @@ private:
     [[gnu::noinline]] static bool MayHaveToResolve(const Char* block) {
         unsigned char found = 0;
         for (std::size_t index = 0; index < blockSize; ++index)
-            found |= static_cast<unsigned char>(IsSeparator(block[index]) &
-                                                (IsSeparator(block[index + 1]) | (block[index + 1] == '.')));
+            found = static_cast<unsigned char>(
+                found |
+                (Bit(IsSeparator(block[index])) & (Bit(IsSeparator(block[index + 1])) | Bit(block[index + 1] == '.'))));
         return found != 0;
     }
+
+    static unsigned char Bit(bool isSet) { return isSet ? 1 : 0; }
 
     // How much of the path, whole components, can be written as it is.
     static std::size_t PlainLength(View path) {
