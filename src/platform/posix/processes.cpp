@@ -113,7 +113,7 @@ Descriptor Start(const std::string& program, std::vector<std::string>& words) {
         FailFromErrno();
         return {};
     }
-    Retried([&] { return ::waitpid(helper, nullptr, __WCLONE); });
+    Retried([&] { return ::waitpid(helper, nullptr, static_cast<int>(__WCLONE)); });
     Descriptor process(launch.processDescriptor);
     if (launch.error == 0)
         return process;
