@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -22,16 +21,17 @@ void CheckExtensions(std::string path, const std::string& text) {
     CHECK(CheckAppendExtension(path, text).starts_with(path));
     CHECK(AppendStringBeforeExtension(path, text).size() == path.size() + text.size());
 
-    const std::string before = path.c_str(), extension = text.c_str();
+    const std::string before(Vellox::UpToNul(path));
+    const std::string extension(Vellox::UpToNul(text));
     const auto buffer = std::make_unique<char[]>(before.size() + extension.size() + 2); // as large as promised
-    std::strcpy(buffer.get(), before.c_str());
+    before.copy(buffer.get(), before.size());
     CHECK(extension_change(buffer.get(), extension.c_str()) == 1);
     CHECK(std::string_view(buffer.get()).ends_with("." + extension));
 }
 
 // In place: either the result of the other form or the empty text, and no character beyond the capacity.
 template <typename Char> void CheckInPlace(const std::basic_string<Char>& path, std::size_t capacity) {
-    const std::basic_string<Char> text = path.c_str();
+    const std::basic_string<Char> text = path.substr(0, path.find(Char{0}));
     const std::size_t characters = std::max(text.size() + 1, capacity / sizeof(Char));
     const auto buffer = std::make_unique<Char[]>(characters);
     std::fill_n(buffer.get(), characters, Char{'#'});
@@ -49,7 +49,7 @@ template <typename Char> void CheckInPlace(const std::basic_string<Char>& path, 
 }
 
 void CheckFileNames(std::string path, const std::string& text) {
-    const std::string beforeNul = path.c_str();
+    const std::string beforeNul(Vellox::UpToNul(path));
     CHECK(beforeNul.ends_with(GetFilenameWithoutPath(path)));
     CHECK(path.starts_with(GetFilenameWithoutExtension(path)));
     CHECK(path.starts_with(GetFolderPathFromFilename(path)));

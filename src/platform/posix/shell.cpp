@@ -23,10 +23,10 @@ std::string WithoutTrailingSeparators(std::string_view path) {
 // Only the contents of a folder are ever copied.
 bool Copy(const PosixPath& from, const PosixPath& to) {
     std::string_view source = from.View();
-    if (source.back() != '*')
+    if (!source.ends_with('*'))
         return Fail(ERROR_NOT_SUPPORTED);
     source.remove_suffix(1);
-    if (!source.empty() && source.back() != '/')
+    if (!source.empty() && !source.ends_with('/'))
         return Fail(ERROR_NOT_SUPPORTED);
     return CopyTreeContents(source.empty() ? "." : std::string(source), WithoutTrailingSeparators(to.View()));
 }
