@@ -76,10 +76,11 @@ void TrashCatalogue::Merge(CatalogueRecords read) {
     loaded = std::move(read);
     for (auto entry = waiting.begin(); entry != waiting.end();) {
         const CatalogueRecords::Record* record = loaded.Find(entry->first);
+        const bool isReplaced = record != nullptr && record->isWhole;
         // Half a record, as a failed save leaves it, does not take the place of a whole one.
-        if (record != nullptr && !record->isWhole)
+        if (!isReplaced)
             loaded.Remove(entry->first);
-        entry = record != nullptr && record->isWhole ? waiting.erase(entry) : std::next(entry);
+        entry = isReplaced ? waiting.erase(entry) : std::next(entry);
     }
 }
 
