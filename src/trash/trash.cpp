@@ -8,6 +8,7 @@
 #include "filesystem/queries.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
+#include "platform/win32.h"
 #include "trash/catalogue.h"
 #include "trash/move.h"
 #include "vellox/filesystem.h"
@@ -67,11 +68,18 @@ std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
     return ComposeFreeName(JoinFolder(trashFolder, stem), extension, "", IsTakenInTrash);
 }
 
+// A link on the way to the trash would be moved behind itself; a folder there stays in any case.
+bool LeadsToTrash(const std::string& item, const std::string& name, const std::string& trashFolder) {
+    return trashFolder.find(name) != std::string::npos &&
+           Platform::LiesInFolder(Utf8ToWide(JoinFolder(trashFolder, name)).c_str(), Utf8ToWide(item).c_str());
+}
+
 // Gives where the item now lies, or would lie if it could be moved.
 std::string MoveToTrash(const std::string& item, const std::string& trashFolder, const std::string& name) {
+    const bool hasToStay = LeadsToTrash(item, name, trashFolder);
     while (true) {
         std::string trashPath = ComposeTrashPath(trashFolder, name);
-        const MoveResult result = MoveFileOrFolder(item, trashPath);
+        const MoveResult result = hasToStay ? MoveResult::Failed : MoveFileOrFolder(item, trashPath);
         // Another process was faster with that name, and the entry of that name is the one of its item.
         if (result == MoveResult::DestinationTaken)
             continue;
