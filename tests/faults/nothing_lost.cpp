@@ -344,6 +344,17 @@ TEST_P(NothingLost, WhereverTheProcessIsKilled) {
     std::cout << points << " points of death\n";
 }
 
+TEST_P(NothingLost, WhereARenameCannotBeToldToRefuse) {
+    const AsOrdinaryUser user;
+    WriteFile(near / "shut/take.wav", "take");
+    fs::permissions(near / "shut", fs::perms(0555));
+    injection = {Boundary::Posix, EINVAL, 1, 1};
+    EXPECT_NE(Platform::RenameWithoutReplacing(Win32(near / "shut/take.wav").c_str(), Win32(near / "new").c_str()), 0);
+    injection.boundary = Boundary::Nowhere;
+    EXPECT_FALSE(fs::exists(near / "new"));
+    fs::permissions(near / "shut", fs::perms::all);
+}
+
 TEST_P(NothingLost, WhenADeletedFolderBecomesALink) {
     constexpr int rounds = 3000;
     std::atomic<int> swaps{0};

@@ -14,20 +14,25 @@
 namespace Vellox::Posix {
 namespace {
 
-// An empty folder of our own takes the name; only it can be replaced, as a folder with contents cannot.
-bool RenameFolderOverPlaceholder(int fromFolder, const char* from, int toFolder, const char* to) {
-    if (::mkdirat(toFolder, to, 0700) != 0)
-        return false;
-    if (::renameat(fromFolder, from, toFolder, to) == 0)
-        return true;
+bool TakeBack(int folder, const char* name, int flags) {
     const int error = errno;
-    ::unlinkat(toFolder, to, AT_REMOVEDIR);
+    ::unlinkat(folder, name, flags);
     errno = error;
     return false;
 }
 
+// An empty folder of our own takes the name; only it can be replaced, as a folder with contents cannot.
+bool RenameFolderOverPlaceholder(int fromFolder, const char* from, int toFolder, const char* to) {
+    if (::mkdirat(toFolder, to, 0700) != 0)
+        return false;
+    return ::renameat(fromFolder, from, toFolder, to) == 0 || TakeBack(toFolder, to, AT_REMOVEDIR);
+}
+
+// A file that may not leave its folder does not get a second name either.
 bool RenameFileByLink(int fromFolder, const char* from, int toFolder, const char* to) {
-    return ::linkat(fromFolder, from, toFolder, to, 0) == 0 && ::unlinkat(fromFolder, from, 0) == 0;
+    if (::linkat(fromFolder, from, toFolder, to, 0) != 0)
+        return false;
+    return ::unlinkat(fromFolder, from, 0) == 0 || TakeBack(toFolder, to, 0);
 }
 
 } // namespace
