@@ -59,7 +59,8 @@ bool IsSafeOnDisk(const WideString& copy, const WideString& source) {
     return Platform::HoldSameTree(source.c_str(), copy.c_str()) && Platform::BringToDisk(copy.c_str());
 }
 
-// The destination folder is made here, so that it can only be one of our own.
+// The destination folder is made here, so that it can only be one of our own. What someone else puts into it meanwhile
+// is his, also when the copy is taken back.
 MoveResult MoveFolderByCopy(const std::string& source, const std::string& destination) {
     const WideString from = Utf8ToWide(source);
     const WideString to = Utf8ToWide(destination);
@@ -68,7 +69,7 @@ MoveResult MoveFolderByCopy(const std::string& source, const std::string& destin
     if (!CreateDirectoryA(destination))
         return WhyNothingWasMade(destination);
     if (!CopyFolderContents(source, destination) || !IsSafeOnDisk(to, from)) {
-        DeleteFolderForGood(destination);
+        Platform::RemoveCopiedTree(to.c_str(), from.c_str());
         return MoveResult::Failed;
     }
     Platform::CopyFolderAttributes(from.c_str(), to.c_str());
@@ -105,8 +106,9 @@ MoveResult MoveFileByCopy(const std::string& source, const std::string& destinat
         DeleteFolderForGood(copy);
         return isWhole ? WhyNothingWasMade(destination) : MoveResult::Failed;
     }
-    // Whoever has moved it on has brought it to disk.
-    const bool isSafe = Platform::BringToDisk(to.c_str()) || !Platform::HasAttributes(to.c_str());
+    // Not every program that writes can be kept out. Whoever has moved the copy on has brought it to disk.
+    const bool isSafe = (Platform::BringToDisk(to.c_str()) && Platform::HoldSameTree(from.c_str(), to.c_str())) ||
+                        !Platform::HasAttributes(to.c_str());
     return (isSafe && original.Delete()) || !original.IsAtItsPath() ? MoveResult::Moved : MoveResult::Copied;
 }
 

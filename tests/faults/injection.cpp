@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "platform/win32.h"
 
@@ -17,6 +18,8 @@ Injection injection;
 namespace {
 
 bool Strikes(Boundary boundary, const char* name, bool canWait) {
+    if (injection.intruder && std::string_view(name) == injection.intrudesAt)
+        std::exchange(injection.intruder, nullptr)();
     if (injection.boundary != boundary)
         return false;
     const long call = ++injection.calls;

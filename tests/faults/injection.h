@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 namespace Vellox::Testing {
 
 enum class Boundary { Nowhere, Win32, Posix };
@@ -15,6 +17,9 @@ struct Injection {
     const char* struck = "nothing";  // the first call that failed
     bool couldWait = false;          // whether a signal can interrupt that call
     const char* inherited = nullptr; // a call that made a descriptor which a child process would get
+
+    const char* intrudesAt = ""; // the call in front of which the intruder comes, once
+    std::function<void()> intruder = nullptr;
 };
 
 extern Injection injection;

@@ -344,6 +344,21 @@ TEST_P(NothingLost, WhereverTheProcessIsKilled) {
     std::cout << points << " points of death\n";
 }
 
+TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
+    const fs::path take = items / "take.wav";
+    const std::tuple<const char*, fs::path, std::function<void()>> rows[] = {
+        {"syncfs", take, [&] { DeleteFileToRecycleBin(Win32(take), true); }},
+        {"futimens", items / "back/gone/new.wav", [&] { PutBack(Win32(trash / "gone")); }},
+    };
+    for (const auto& [call, path, run] : rows) {
+        injection.intrudesAt = call;
+        injection.intruder = [&path = path] { WriteFile(path, "late"); };
+        run();
+        EXPECT_EQ(ReadFile(path) == "late", GetParam()) << path << ": only a copy takes time";
+    }
+    injection.intruder = nullptr;
+}
+
 TEST_P(NothingLost, WhereARenameCannotBeToldToRefuse) {
     const AsOrdinaryUser user;
     WriteFile(near / "shut/take.wav", "take");
