@@ -88,11 +88,18 @@ bool HoldEntry(Entry entry, const struct stat& status, Descriptor& held) {
 struct Destination {
     int folder;
     bool isNew;
+    const struct stat& source; // the folder that all is copied from, into which nothing goes
 };
+
+bool IsSameFolder(int folder, const struct stat& wanted) {
+    struct stat status;
+    return ::fstat(folder, &status) != 0 || IsSameEntry(status, wanted);
+}
 
 bool CopyOpenFolder(Descriptor from, Destination to, int depth);
 
-bool CopySubfolder(Entry from, Entry to, int depth) {
+bool CopySubfolder(Entry from, Destination parent, int depth) {
+    const Entry to{parent.folder, from.name};
     Descriptor source = OpenAt(from.folder, from.name, folderFlags | O_NOFOLLOW);
     struct stat status;
     if (!source || ::fstat(source.Get(), &status) != 0)
@@ -103,7 +110,9 @@ bool CopySubfolder(Entry from, Entry to, int depth) {
     const Descriptor destination = OpenAt(to.folder, to.name, folderFlags | O_NOFOLLOW);
     if (!destination)
         return FailFromErrno();
-    const bool whole = CopyOpenFolder(std::move(source), {destination.Get(), isNew}, depth);
+    if (!isNew && IsSameFolder(destination.Get(), parent.source))
+        return Fail(ERROR_SHARING_VIOLATION);
+    const bool whole = CopyOpenFolder(std::move(source), {destination.Get(), isNew, parent.source}, depth);
     if (isNew)
         KeepFolderAttributes(destination.Get(), status);
     return whole;
@@ -128,7 +137,7 @@ bool CopyEntry(Entry from, unsigned char kind, Destination to, int depth) {
     if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return FailFromErrno();
     if (S_ISDIR(status.st_mode))
-        return CopySubfolder(from, copy, depth + 1);
+        return CopySubfolder(from, to, depth + 1);
     return to.isNew ? CopyAnyButFolder(from, status, copy, Existing::Refuse) : CopyOverExisting(from, status, copy);
 }
 
@@ -164,7 +173,7 @@ bool CopyTreeContents(const std::string& source, const std::string& destination)
     const Descriptor to = Open(destination.c_str(), folderFlags);
     if (!to)
         return FailFromErrno();
-    const bool whole = CopyOpenFolder(std::move(from), {to.Get(), isNew}, 0);
+    const bool whole = CopyOpenFolder(std::move(from), {to.Get(), isNew, status}, 0);
     if (isNew)
         KeepFolderAttributes(to.Get(), status);
     return whole;

@@ -76,6 +76,13 @@ TEST_F(PosixTest, ComparesLinksAndBytes) {
     EXPECT_TRUE(ReadFile("a/sub/x") == "12" && fs::exists("a/late") && !fs::is_symlink("a/sub/link"));
 }
 
+TEST_F(PosixTest, CopiesNothingIntoTheFolderThatItReads) {
+    Shell("mkdir -p up/s/s; echo upper > up/s/x; echo lower > up/s/s/x");
+    const std::string before = Describe("up/s");
+    CopyFolder(R"(up\s)", "up");
+    EXPECT_TRUE(Describe("up/s") == before && ReadFile("up/x") == "upper\n");
+}
+
 TEST_F(PosixTest, DeletesDeepFoldersAndWildcardsByTheirNames) {
     Shell("mkdir -p 't/*' t/ab; touch 't/*/x' t/ab/x");
     DeleteFolderWithContents(R"(t\*)", false, true);
