@@ -42,12 +42,23 @@ bool ComponentReader::Next(std::string_view& component) {
     return true;
 }
 
+bool ComponentReader::SkipCommon(ComponentReader& first, ComponentReader& second) {
+    const std::size_t shorter = std::min(first.rest_.size(), second.rest_.size());
+    std::size_t same = 0;
+    while (same < shorter && FoldCase(first.rest_[same]) == FoldCase(second.rest_[same]))
+        ++same;
+    const std::size_t common = FindLastSeparator(first.rest_.substr(0, same)) + 1;
+    first.rest_.remove_prefix(common);
+    second.rest_.remove_prefix(common);
+    return common > 0;
+}
+
 bool ComposeRelativeFolder(std::string_view target, std::string_view base, std::string& relative) {
     ComponentReader targetReader(target);
     ComponentReader baseReader(base);
     std::string_view targetName;
     std::string_view baseName;
-    bool haveCommonRoot = false;
+    bool haveCommonRoot = ComponentReader::SkipCommon(targetReader, baseReader);
     bool targetIsLeft = targetReader.Next(targetName);
     bool baseIsLeft = baseReader.Next(baseName);
     while (targetIsLeft && baseIsLeft && EqualsIgnoringCase(targetName, baseName)) {

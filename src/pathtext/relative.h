@@ -12,6 +12,10 @@ public:
     explicit ComponentReader(std::string_view path);
     bool Next(std::string_view& component);
 
+    // Leaves out the components that both begin with, but for those that only a look at each would show. True if there
+    // were any.
+    static bool SkipCommon(ComponentReader& first, ComponentReader& second);
+
 private:
     std::string_view rest_;
 };
