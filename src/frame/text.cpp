@@ -65,6 +65,13 @@ WideString WidenBytes(const std::string& text) {
     return wide;
 }
 
+bool IsAscii(std::string_view text) {
+    unsigned char bits = 0;
+    for (const char byte : text)
+        bits |= static_cast<unsigned char>(byte);
+    return bits < 0x80;
+}
+
 // Only valid UTF-8 survives the way there and back.
 bool IsValidUtf8(const std::string& text) {
     return WideToUtf8(Utf8ToWide(text).c_str()) == UpToNul(text);

@@ -19,6 +19,7 @@ namespace Vellox {
 // UTF-16 of the text up to its first NUL, each ill-formed sequence as U+FFFD; empty if the system refuses the text.
 WideString Utf8ToWide(const std::string& text);
 
+bool IsAscii(std::string_view text);
 bool IsValidUtf8(const std::string& text);
 
 // UTF-8 of NUL-terminated UTF-16, each unpaired surrogate as U+FFFD.

@@ -1,6 +1,5 @@
 #include "trash/move.h"
 
-#include <algorithm>
 #include <string>
 
 #include "filesystem/copying.h"
@@ -123,13 +122,8 @@ MoveResult MoveLinkByCopy(const std::string& source, const std::string& destinat
 } // namespace
 
 bool IsTaken(const std::string& path) {
-    if (CheckFolderExists(path))
-        return true;
-    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
-    if (std::all_of(path.begin(), path.end(), isAscii))
-        return false;
     bool isDirectory = false;
-    return CheckPathIsDirectory(path, isDirectory);
+    return CheckFolderExists(path) || (!IsAscii(path) && CheckPathIsDirectory(path, isDirectory));
 }
 
 MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination) {

@@ -77,8 +77,13 @@ bool LeadsToTrash(const std::string& item, const std::string& name, const std::s
 // Gives where the item now lies, or would lie if it could be moved.
 std::string MoveToTrash(const std::string& item, const std::string& trashFolder, const std::string& name) {
     const bool hasToStay = LeadsToTrash(item, name, trashFolder);
+    std::string trashPath = JoinFolder(trashFolder, name);
+    // The plain name is free nearly always, and the rename itself tells. Only ASCII is one name on every route.
+    if (!hasToStay && !IsCatalogueName(name) && IsAscii(trashPath) &&
+        Platform::RenameWithoutReplacing(item.c_str(), trashPath.c_str()) == 0)
+        return trashPath;
     while (true) {
-        std::string trashPath = ComposeTrashPath(trashFolder, name);
+        trashPath = ComposeTrashPath(trashFolder, name);
         const MoveResult result = hasToStay ? MoveResult::Failed : MoveFileOrFolder(item, trashPath);
         // Another process was faster with that name, and the entry of that name is the one of its item.
         if (result == MoveResult::DestinationTaken)
