@@ -332,9 +332,11 @@ TEST_F(CopyingTest, DeletesWhatIsNamedAndNothingBehindALink) {
 
 TEST_F(CopyingTest, ComparesWhatFoldersHold) {
     Make({"a/sub/x"});
+    MakeOld("a/sub/x");
     MakeLink("a/sub", "link");
-    for (const char* copy : {"same", "grown", "renamed", "more", "kind"})
+    for (const char* copy : {"same", "changed", "grown", "renamed", "more", "kind"})
         fs::copy("a", copy, fs::copy_options::recursive);
+    WriteFile("changed/sub/x", std::string(fs::file_size("a/sub/x"), '-'));
     WriteFile("grown/sub/x", "longer than it was");
     fs::rename("renamed/sub/x", "renamed/sub/y");
     fs::remove("kind/sub/x");
@@ -342,7 +344,7 @@ TEST_F(CopyingTest, ComparesWhatFoldersHold) {
     const auto isSame = [](const char* source, const char* copy) {
         return Platform::HoldSameTree(Utf8ToWide(source).c_str(), Utf8ToWide(copy).c_str());
     };
-    for (const char* copy : {"grown", "renamed", "more", "kind"})
+    for (const char* copy : {"changed", "grown", "renamed", "more", "kind"})
         EXPECT_FALSE(isSame("a", copy) || isSame(copy, "a")) << copy;
     EXPECT_TRUE(isSame("a", "same"));
     // Whether the path leads into the folder, whatever the text says.

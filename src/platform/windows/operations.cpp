@@ -155,10 +155,46 @@ int MakeFolder(const Text& path) {
     return isThere ? ERROR_SUCCESS : static_cast<int>(::GetLastError());
 }
 
-// What is still written is not yet what was copied.
-bool IsBeingWritten(const Text& path) {
-    return !File(path.c_str(), GENERIC_READ, File::shareReadersOnly).IsOpen();
+bool HoldSameBytes(HANDLE first, HANDLE second) {
+    constexpr DWORD pieceSize = 64 * 1024;
+    std::vector<char> firstBytes(pieceSize);
+    std::vector<char> secondBytes(pieceSize);
+    while (true) {
+        DWORD firstCount = 0;
+        DWORD secondCount = 0;
+        if (::ReadFile(first, firstBytes.data(), pieceSize, &firstCount, nullptr) == FALSE ||
+            ::ReadFile(second, secondBytes.data(), pieceSize, &secondCount, nullptr) == FALSE ||
+            firstCount != secondCount ||
+            !std::equal(firstBytes.begin(), firstBytes.begin() + firstCount, secondBytes.begin()))
+            return false;
+        if (firstCount == 0)
+            return true;
+    }
 }
+
+// Files of one size and one time count as the same; where the times differ, as not every file system can keep them, the
+// bytes decide.
+bool HoldSameData(const File& first, const File& second) {
+    BY_HANDLE_FILE_INFORMATION one;
+    BY_HANDLE_FILE_INFORMATION other;
+    if (!first.IsOpen() || !second.IsOpen() || ::GetFileInformationByHandle(first.Get(), &one) == FALSE ||
+        ::GetFileInformationByHandle(second.Get(), &other) == FALSE)
+        return false;
+    const bool isSameSize = one.nFileSizeHigh == other.nFileSizeHigh && one.nFileSizeLow == other.nFileSizeLow;
+    return isSameSize && (::CompareFileTime(&one.ftLastWriteTime, &other.ftLastWriteTime) == 0 ||
+                          HoldSameBytes(first.Get(), second.Get()));
+}
+
+// A file that was copied, and its copy. Nobody can write to it while it is open here, and what is still written is not
+// yet what was copied.
+struct CopiedFile {
+    CopiedFile(const Text& path, const Text& copyPath)
+        : file(path.c_str(), GENERIC_READ, File::shareReadersOnly), copy(copyPath.c_str(), GENERIC_READ) {}
+    bool IsFinished() const { return HoldSameData(file, copy); }
+
+    File file;
+    File copy;
+};
 
 // True if the shell takes all that the folder holds, here and where it is copied to.
 bool ShellTakesContents(const Text& folder, std::size_t copiedFolderSize) {
@@ -178,7 +214,7 @@ bool HoldSame(const Text& first, const Entry& firstEntry, const Text& second, co
     if (firstEntry != secondEntry || (firstEntry.kind & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
         return false;
     if ((firstEntry.kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
-        return !IsBeingWritten(first);
+        return CopiedFile(first, second).IsFinished();
     std::vector<Entry> firstEntries;
     std::vector<Entry> secondEntries;
     return ReadEntries(first, firstEntries) && ReadEntries(second, secondEntries) &&
@@ -206,14 +242,19 @@ bool RemoveCopiedEntries(const Text& source, const Text& copy) {
     return isEmpty;
 }
 
+// A read-only mark would keep an entry where it is.
+bool Remove(const Text& path, BOOL(WINAPI* remove)(const WCHAR*)) {
+    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    return remove(path.c_str()) != FALSE;
+}
+
 bool RemoveCopied(const Text& source, const Entry& sourceEntry, const Text& copy, const Entry& copyEntry) {
     if (sourceEntry != copyEntry || (sourceEntry.kind & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
         return false;
-    const bool isFolder = (sourceEntry.kind & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (isFolder ? !RemoveCopiedEntries(source, copy) : IsBeingWritten(source))
-        return false;
-    ::SetFileAttributesW(source.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only mark would keep it here
-    return (isFolder ? ::RemoveDirectoryW(source.c_str()) : ::DeleteFileW(source.c_str())) != FALSE;
+    if ((sourceEntry.kind & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return RemoveCopiedEntries(source, copy) && Remove(source, ::RemoveDirectoryW);
+    const CopiedFile copied(source, copy);
+    return copied.IsFinished() && Remove(source, ::DeleteFileW);
 }
 
 // What cannot be opened to be written was not written either.
