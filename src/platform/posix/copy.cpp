@@ -14,6 +14,7 @@
 #include "platform/posix/paths.h"
 #include "platform/posix/rename.h"
 #include "platform/posix/sharing.h"
+#include "platform/posix/tree.h"
 #include "platform/posix/win32.h"
 
 namespace Vellox::Posix {
@@ -67,6 +68,27 @@ void KeepFileAttributes(int file, const struct stat& status) {
     const struct timespec times[] = {status.st_atim, status.st_mtim};
     MayFail(::fchmod(file, status.st_mode & 0777));
     MayFail(::futimens(file, times));
+}
+
+bool FillCopy(int source, const struct stat& status, int copy) {
+    if (!CopyContents(source, copy, status.st_size))
+        return false;
+    KeepFileAttributes(copy, status);
+    return true;
+}
+
+Descriptor CreateFileAt(int folder, const char* name) {
+    return OpenAt(folder, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+}
+
+bool CopyUnderName(int source, const struct stat& status, int folder, const char* name) {
+    const Descriptor copy = CreateFileAt(folder, name);
+    if (!copy)
+        return FailWritingFromErrno();
+    if (FillCopy(source, status, copy.Get()))
+        return true;
+    ::unlinkat(folder, name, 0);
+    return false;
 }
 
 // Opens without a wait, and without being refused because the user may only write.
@@ -143,7 +165,7 @@ std::string NextTemporaryName() {
 
 TemporaryEntry::~TemporaryEntry() {
     if (!name_.empty())
-        ::unlinkat(folder_, name_.c_str(), 0);
+        DeleteTreeEntry({folder_, name_.c_str()});
 }
 
 bool TemporaryEntry::Publish(const char* name, Existing existing) {
@@ -156,16 +178,14 @@ bool TemporaryEntry::Publish(const char* name, Existing existing) {
 }
 
 bool CopyRegularFile(int source, const struct stat& status, int folder, const char* name, Existing existing) {
+    if (existing == Existing::Impossible)
+        return CopyUnderName(source, status, folder, name);
     TemporaryEntry entry(folder);
-    const Descriptor copy(entry.Create([](int place, const char* temporary) {
-        return OpenAt(place, temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600).Release();
-    }));
+    const Descriptor copy(
+        entry.Create([](int place, const char* free) { return CreateFileAt(place, free).Release(); }));
     if (!copy)
         return FailWritingFromErrno();
-    if (!CopyContents(source, copy.Get(), status.st_size))
-        return false;
-    KeepFileAttributes(copy.Get(), status);
-    return entry.Publish(name, existing);
+    return FillCopy(source, status, copy.Get()) && entry.Publish(name, existing);
 }
 
 } // namespace Vellox::Posix

@@ -6,7 +6,8 @@
 
 namespace Vellox::Posix {
 
-enum class Existing { Refuse, Replace };
+// What becomes of an entry that already has the name. There can be none in a folder of our own that nobody else knows.
+enum class Existing { Refuse, Replace, Impossible };
 
 // A name in a folder under which an entry is prepared before it takes its own name in one step. An entry that never
 // got there is removed.
@@ -33,8 +34,8 @@ private:
 };
 
 // Copies an open regular file, with its permissions and modification time, under a name in an open folder. The name
-// holds the old entry, the whole copy or nothing, also if the process dies on the way. False, with the last error
-// set, on failure.
+// holds the old entry, the whole copy or nothing, also if the process dies on the way, unless no entry can have it:
+// then the folder is what gets its name at the end. False, with the last error set, on failure.
 bool CopyRegularFile(int source, const struct stat& status, int folder, const char* name, Existing existing);
 
 std::string NextTemporaryName();

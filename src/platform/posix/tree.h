@@ -35,5 +35,6 @@ bool CopyTreeContents(const std::string& source, const std::string& destination)
 
 // Deletes an entry of any kind, a folder with its contents. Goes on after a failure with what can be deleted.
 bool DeleteTree(const std::string& path);
+bool DeleteTreeEntry(Entry entry);
 
 } // namespace Vellox::Posix

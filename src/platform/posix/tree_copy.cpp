@@ -84,38 +84,76 @@ bool HoldEntry(Entry entry, const struct stat& status, Descriptor& held) {
     return !held || TakeSharingLocks(held.Get(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
 }
 
-// A folder to copy into. One that this copy has made is known to hold nothing.
+// A folder to copy into.
 struct Destination {
     int folder;
-    bool isNew;
+    bool isUnnamed;            // this copy makes it, and nobody knows it by its name before all is in it
     const struct stat& source; // the folder that all is copied from, into which nothing goes
 };
+
+Folder OpenSource(Entry entry, int flags, struct stat& status) {
+    Descriptor opened = OpenAt(entry.folder, entry.name, folderFlags | flags);
+    Folder listing(opened && ::fstat(opened.Get(), &status) == 0 ? ::fdopendir(opened.Get()) : nullptr);
+    if (listing == nullptr)
+        FailFromErrno();
+    else
+        opened.Release();
+    return listing;
+}
 
 bool IsSameFolder(int folder, const struct stat& wanted) {
     struct stat status;
     return ::fstat(folder, &status) != 0 || IsSameEntry(status, wanted);
 }
 
-bool CopyOpenFolder(Descriptor from, Destination to, int depth);
+bool CopyListed(DIR* listing, Destination to, int depth);
+
+bool FillNewFolder(DIR* listing, const struct stat& status, Entry to, const struct stat& source, int depth) {
+    const Descriptor folder = OpenAt(to.folder, to.name, folderFlags | O_NOFOLLOW);
+    if (!folder)
+        return FailFromErrno();
+    const bool whole = CopyListed(listing, {folder.Get(), true, source}, depth);
+    KeepFolderAttributes(folder.Get(), status);
+    return whole;
+}
+
+// Takes the name in one step. False if that cannot be done, as when someone else has made a folder there meanwhile;
+// else whole tells whether all could be copied.
+bool CopyToFreeName(DIR* listing, const struct stat& status, Entry to, const struct stat& source, int depth,
+                    bool& whole) {
+    TemporaryEntry copy(to.folder);
+    if (copy.Create([](int folder, const char* name) { return ::mkdirat(folder, name, 0700); }) != 0)
+        return FailWritingFromErrno();
+    whole = FillNewFolder(listing, status, {to.folder, copy.Name()}, source, depth);
+    return copy.Publish(to.name, Existing::Refuse);
+}
+
+// The flags are for the opening of what stands at the destination.
+bool CopyFolderTo(DIR* listing, const struct stat& status, Entry to, int flags, const struct stat& source, int depth) {
+    Descriptor existing = OpenAt(to.folder, to.name, folderFlags | flags);
+    if (!existing && errno == ENOENT) {
+        bool whole = false;
+        if (CopyToFreeName(listing, status, to, source, depth, whole))
+            return whole;
+        existing = OpenAt(to.folder, to.name, folderFlags | flags);
+    }
+    if (!existing)
+        return FailFromErrno();
+    if (IsSameFolder(existing.Get(), source))
+        return Fail(ERROR_SHARING_VIOLATION);
+    return CopyListed(listing, {existing.Get(), false, source}, depth);
+}
 
 bool CopySubfolder(Entry from, Destination parent, int depth) {
-    const Entry to{parent.folder, from.name};
-    Descriptor source = OpenAt(from.folder, from.name, folderFlags | O_NOFOLLOW);
     struct stat status;
-    if (!source || ::fstat(source.Get(), &status) != 0)
-        return FailFromErrno();
-    const bool isNew = ::mkdirat(to.folder, to.name, 0700) == 0;
-    if (!isNew && errno != EEXIST)
-        return FailFromErrno();
-    const Descriptor destination = OpenAt(to.folder, to.name, folderFlags | O_NOFOLLOW);
-    if (!destination)
-        return FailFromErrno();
-    if (!isNew && IsSameFolder(destination.Get(), parent.source))
-        return Fail(ERROR_SHARING_VIOLATION);
-    const bool whole = CopyOpenFolder(std::move(source), {destination.Get(), isNew, parent.source}, depth);
-    if (isNew)
-        KeepFolderAttributes(destination.Get(), status);
-    return whole;
+    const Folder listing = OpenSource(from, O_NOFOLLOW, status);
+    if (listing == nullptr)
+        return false;
+    const Entry to{parent.folder, from.name};
+    if (!parent.isUnnamed)
+        return CopyFolderTo(listing.get(), status, to, O_NOFOLLOW, parent.source, depth);
+    return (::mkdirat(to.folder, to.name, 0700) == 0 || FailWritingFromErrno()) &&
+           FillNewFolder(listing.get(), status, to, parent.source, depth);
 }
 
 bool CopyOverExisting(Entry from, const struct stat& status, Entry to) {
@@ -131,27 +169,25 @@ bool CopyOverExisting(Entry from, const struct stat& status, Entry to) {
 // The kind is the one that the listing told.
 bool CopyEntry(Entry from, unsigned char kind, Destination to, int depth) {
     const Entry copy{to.folder, from.name};
-    if (kind == DT_REG && to.isNew)
-        return CopyFile(from, copy, Existing::Refuse);
+    if (kind == DT_REG && to.isUnnamed)
+        return CopyFile(from, copy, Existing::Impossible);
     struct stat status;
     if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return FailFromErrno();
     if (S_ISDIR(status.st_mode))
         return CopySubfolder(from, to, depth + 1);
-    return to.isNew ? CopyAnyButFolder(from, status, copy, Existing::Refuse) : CopyOverExisting(from, status, copy);
+    return to.isUnnamed ? CopyAnyButFolder(from, status, copy, Existing::Impossible)
+                        : CopyOverExisting(from, status, copy);
 }
 
-bool CopyOpenFolder(Descriptor from, Destination to, int depth) {
+bool CopyListed(DIR* listing, Destination to, int depth) {
     if (depth == deepestTree)
         return Fail(ERROR_FILENAME_EXCED_RANGE);
-    const Folder listing(::fdopendir(from.Get()));
-    if (listing == nullptr)
-        return FailFromErrno();
-    const int folder = from.Release();
+    ::rewinddir(listing);
     bool whole = true;
     errno = 0;
-    while (const dirent* entry = ::readdir(listing.get())) {
-        if (!IsDotName(entry->d_name) && !CopyEntry({folder, entry->d_name}, entry->d_type, to, depth))
+    while (const dirent* entry = ::readdir(listing)) {
+        if (!IsDotName(entry->d_name) && !CopyEntry({::dirfd(listing), entry->d_name}, entry->d_type, to, depth))
             whole = false;
         errno = 0;
     }
@@ -161,22 +197,18 @@ bool CopyOpenFolder(Descriptor from, Destination to, int depth) {
 } // namespace
 
 bool CopyTreeContents(const std::string& source, const std::string& destination) {
-    Descriptor from = Open(source.c_str(), folderFlags);
     struct stat status;
-    if (!from || ::fstat(from.Get(), &status) != 0)
-        return FailFromErrno();
+    const Folder listing = OpenSource({AT_FDCWD, source.c_str()}, 0, status);
+    if (listing == nullptr)
+        return false;
     if (LiesInFolder(destination, status))
         return Fail(ERROR_SHARING_VIOLATION);
-    const bool isNew = ::mkdir(destination.c_str(), 0700) == 0;
-    if (!isNew && errno != EEXIST)
-        return FailFromErrno();
-    const Descriptor to = Open(destination.c_str(), folderFlags);
-    if (!to)
-        return FailFromErrno();
-    const bool whole = CopyOpenFolder(std::move(from), {to.Get(), isNew, status}, 0);
-    if (isNew)
-        KeepFolderAttributes(to.Get(), status);
-    return whole;
+    Place place;
+    if (!SplitLastComponent(destination, place))
+        return CopyFolderTo(listing.get(), status, {AT_FDCWD, destination.c_str()}, 0, status, 0);
+    const Descriptor parent = Open(place.folder.c_str(), placeFlags);
+    return parent ? CopyFolderTo(listing.get(), status, {parent.Get(), place.name.c_str()}, 0, status, 0)
+                  : FailFromErrno();
 }
 
 } // namespace Vellox::Posix

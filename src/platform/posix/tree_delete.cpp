@@ -89,6 +89,10 @@ Descriptor OpenFolderToEmpty(Entry entry) {
     return folder;
 }
 
+bool DeleteTreeEntry(Entry entry) {
+    return DeleteEntry(entry.folder, entry.name, false, 0);
+}
+
 bool DeleteTree(const std::string& path) {
     Place place;
     if (!SplitLastComponent(path, place))
@@ -96,7 +100,7 @@ bool DeleteTree(const std::string& path) {
     const Descriptor folder = Open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     if (!folder)
         return FailFromErrno();
-    return DeleteEntry(folder.Get(), place.name.c_str(), false, 0);
+    return DeleteTreeEntry({folder.Get(), place.name.c_str()});
 }
 
 } // namespace Vellox::Posix
