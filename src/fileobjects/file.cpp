@@ -18,7 +18,7 @@ std::int64_t CFileBase::GetRemainingSize() {
 
 void CFile::Open(const char* path, std::uint32_t desiredAccess, std::uint32_t shareMode,
                  std::uint32_t creationDisposition) {
-    handle = ::CreateFileW(Vellox::Utf8ToWide(path).c_str(), desiredAccess, shareMode, nullptr, creationDisposition,
+    handle = ::CreateFileW(Vellox::WideArgument(path).c_str(), desiredAccess, shareMode, nullptr, creationDisposition,
                            FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE || handle == nullptr)
         throw VelloxException("Error opening file");

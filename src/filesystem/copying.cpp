@@ -51,7 +51,7 @@ CopyFileError ClassifyFailure(DWORD error, const std::string& source, const std:
 
 bool CopyFileA(std::string source, std::string destination, bool failIfExists, CopyFileError* error) {
     const BOOL copied =
-        ::CopyFileW(Utf8ToWide(source).c_str(), Utf8ToWide(destination).c_str(), static_cast<BOOL>(failIfExists));
+        ::CopyFileW(WideArgument(source).c_str(), WideArgument(destination).c_str(), static_cast<BOOL>(failIfExists));
     if (copied == FALSE && error != nullptr)
         *error = ClassifyFailure(::GetLastError(), source, destination, failIfExists);
     return copied != FALSE;

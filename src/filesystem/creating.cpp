@@ -24,7 +24,7 @@ std::string LeadingBackslashes(const std::string& path) {
 } // namespace
 
 bool CreateDirectoryA(std::string path) {
-    return ::CreateDirectoryW(Utf8ToWide(path).c_str(), nullptr) != FALSE;
+    return ::CreateDirectoryW(WideArgument(path).c_str(), nullptr) != FALSE;
 }
 
 std::vector<std::string> SplitFolderComponents(const std::string& path) {

@@ -13,7 +13,7 @@ namespace {
 
 class Search {
 public:
-    explicit Search(const std::string& pattern) : handle_(::FindFirstFileW(Utf8ToWide(pattern).c_str(), &match_)) {}
+    explicit Search(const std::string& pattern) : handle_(::FindFirstFileW(WideArgument(pattern).c_str(), &match_)) {}
     Search(const Search&) = delete;
     Search& operator=(const Search&) = delete;
     ~Search() {

@@ -13,7 +13,7 @@
 namespace Vellox::FileNames {
 
 bool CheckFileExists(const std::string& path) {
-    HANDLE file = ::CreateFileW(Utf8ToWide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+    HANDLE file = ::CreateFileW(WideArgument(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return false;
@@ -22,7 +22,7 @@ bool CheckFileExists(const std::string& path) {
 }
 
 bool CheckFolderExists(const std::string& path) {
-    return Platform::HasAttributes(Utf8ToWide(path).c_str());
+    return Platform::HasAttributes(WideArgument(path).c_str());
 }
 
 bool CheckFileExistsEvenIfNotAccessible(std::string path) {
@@ -53,7 +53,7 @@ bool IsFolderEmpty(std::string pattern) {
     const std::size_t nameStart = separator == std::string::npos ? 0 : separator + 1;
     if (text.empty() || text.find_first_of("*?", nameStart) != std::string::npos)
         return !HasMatch(text);
-    const DWORD attributes = ::GetFileAttributesW(Utf8ToWide(text).c_str());
+    const DWORD attributes = ::GetFileAttributesW(WideArgument(text).c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES)
         return true;
     return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !HasMatch(JoinFolder(text, "*"));

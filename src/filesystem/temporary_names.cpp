@@ -44,7 +44,7 @@ WideString GetTempFilename(WideString prefix) {
 std::string GetTempFilenameNoCreate() {
     std::string path = GetTempFilename("fld");
     if (!path.empty())
-        ::DeleteFileW(Utf8ToWide(path).c_str());
+        ::DeleteFileW(WideArgument(path).c_str());
     return path;
 }
 

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "frame/limits.h"
 #include "platform/win32.h"
 
 namespace Vellox {
@@ -31,17 +30,21 @@ std::size_t ToUtf8(std::basic_string_view<WideChar> text, char* buffer, std::siz
 } // namespace
 
 // A sequence of n bytes never gives more than n units.
-WideString Utf8ToWide(const std::string& text) {
+WideArgument::WideArgument(const std::string& text) {
     const std::size_t length = UpToNul(text).size();
-    if (length == 0 || length >= INT_MAX)
-        return {};
-    if (length < shortText) {
-        WideChar buffer[shortText];
-        return WideString(buffer, ToWide(text.c_str(), length, buffer, shortText));
+    WideChar* buffer = short_;
+    if (length >= shortText && length < INT_MAX) {
+        long_.resize(length + 1);
+        buffer = long_.data();
     }
-    WideString wide(length + 1, 0);
-    wide.resize(ToWide(text.c_str(), length, wide.data(), wide.size()));
-    return wide;
+    const bool isRefused = length == 0 || length >= INT_MAX;
+    const std::size_t size = isRefused ? 0 : ToWide(text.c_str(), length, buffer, length + 1);
+    buffer[size] = 0;
+    text_ = {buffer, size};
+}
+
+WideString Utf8ToWide(const std::string& text) {
+    return WideString(WideArgument(text).View());
 }
 
 // A unit never gives more than three bytes.

@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "frame/limits.h"
 #include "vellox/frame.h"
 
 // How narrow text reaches the system. Every function takes one of four routes:
@@ -15,6 +16,21 @@
 // The same bytes can mean different names on different routes. The route is part of what a function promises.
 
 namespace Vellox {
+
+// What Utf8ToWide gives, on the stack for the time of a call. It takes memory only for text longer than any path.
+class WideArgument {
+public:
+    explicit WideArgument(const std::string& text);
+    WideArgument(const WideArgument&) = delete;
+    WideArgument& operator=(const WideArgument&) = delete;
+    const WideChar* c_str() const { return text_.data(); }
+    std::basic_string_view<WideChar> View() const { return text_; }
+
+private:
+    WideChar short_[pathBufferSize];
+    WideString long_;
+    std::basic_string_view<WideChar> text_;
+};
 
 // UTF-16 of the text up to its first NUL, each ill-formed sequence as U+FFFD; empty if the system refuses the text.
 WideString Utf8ToWide(const std::string& text);

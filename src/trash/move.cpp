@@ -14,7 +14,7 @@ namespace {
 enum class ItemKind { File, Folder, Link };
 
 ItemKind KindOf(const std::string& path) {
-    const DWORD attributes = ::GetFileAttributesW(Utf8ToWide(path).c_str());
+    const DWORD attributes = ::GetFileAttributesW(WideArgument(path).c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
         return ItemKind::Link;
     bool isDirectory = false;

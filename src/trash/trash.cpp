@@ -71,7 +71,7 @@ std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
 // A link on the way to the trash would be moved behind itself; a folder there stays in any case.
 bool LeadsToTrash(const std::string& item, const std::string& name, const std::string& trashFolder) {
     return trashFolder.find(name) != std::string::npos &&
-           Platform::LiesInFolder(Utf8ToWide(JoinFolder(trashFolder, name)).c_str(), Utf8ToWide(item).c_str());
+           Platform::LiesInFolder(WideArgument(JoinFolder(trashFolder, name)).c_str(), WideArgument(item).c_str());
 }
 
 // Gives where the item now lies, or would lie if it could be moved.
