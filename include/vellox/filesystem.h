@@ -106,7 +106,8 @@ VELLOX_API bool CopyFileA(std::string source, std::string destination, bool fail
 
 // Copies what is in the source folder, subfolders included, into the destination folder, which is
 // made if it is missing. What is there stays, but a file of the same name is overwritten. Links are
-// copied as links. A folder is never copied into itself.
+// copied as links. A folder is never copied into itself. A new folder can appear under its name only
+// when all is in it.
 //
 // A path that is valid UTF-8 is read so, any other byte by byte. Nothing tells of a failure; look at
 // the destination afterwards.
