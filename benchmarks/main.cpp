@@ -25,7 +25,7 @@ constexpr std::size_t mebibyte = std::size_t{1} << 20;
 // For a count the sizes do not matter, as long as they are many.
 Sizes SizesFor(bool quick, bool count) {
     if (count)
-        return {10'000, 1'000, 200, 200, 64 * mebibyte, 64 * mebibyte, {1'000}, {}};
+        return {4'000, 300, 200, 200, 4 * mebibyte, 64 * mebibyte, {1'000}, {}};
     if (quick)
         return {20'000, 2'000, 500, 200, 64 * mebibyte, 1024 * mebibyte, {1'000, 10'000}, {1'000, 10'000}};
     const std::vector<std::size_t> steps = {1'000, 10'000, 100'000};

@@ -299,7 +299,7 @@ def parse_options():
 def main():
     options = parse_options()
     growth_only = options.filter.startswith("growth")
-    repetitions, minimum = (5, 0.01) if options.quick else (9, 0.03)
+    repetitions, minimum = (7, 0.02) if options.quick else (9, 0.03)
     times, context = measure(options, f"^(?!growth).*({options.filter})", repetitions, minimum)
     result = {"machine": describe_machine(options, context), "quick": options.quick, "times": times}
     is_whole = options.filter == "." and not options.times
