@@ -185,7 +185,7 @@ int Run(int count, char** words) {
         for (const Variant& variant : variants)
             if (CanBeCounted(variant))
                 Count(variant);
-    } else {
+    } else if (!variants.empty()) {
         RunBenchmarks(variants);
     }
     return 0;

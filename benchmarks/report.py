@@ -56,10 +56,12 @@ class Way(collections.namedtuple("Way", "job role how items")):
 def measure(options, jobs, repetitions, minimum):
     """The median time of one operation in nanoseconds, for each way. It is the processor's, so that other programs on
     the machine count for little; where a program waits for another, or a run is timed by itself, it is the clock's."""
-    content = json.loads(run(options, f"--jobs={jobs}", "--benchmark_format=json",
-                             "--benchmark_enable_random_interleaving=true",
-                             f"--benchmark_repetitions={repetitions}", f"--benchmark_min_time={minimum}",
-                             "--benchmark_min_warmup_time=0.001"))
+    output = run(options, f"--jobs={jobs}", "--benchmark_format=json", "--benchmark_enable_random_interleaving=true",
+                 f"--benchmark_repetitions={repetitions}", f"--benchmark_min_time={minimum}",
+                 "--benchmark_min_warmup_time=0.001")
+    if not output.startswith("{"):
+        return {}  # no job is called so
+    content = json.loads(output)
     times = collections.defaultdict(list)
     for entry in content["benchmarks"]:
         if entry["run_type"] == "iteration":
@@ -68,7 +70,7 @@ def measure(options, jobs, repetitions, minimum):
             time = entry["real_time" if by_clock else "cpu_time"]
             nanoseconds = time * {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]]
             times[Way(job, role, how, int(entry["items"]))].append(nanoseconds / entry["items"])
-    return {way: statistics.median(values) for way, values in times.items()}, content["context"]
+    return {way: statistics.median(values) for way, values in times.items()}
 
 
 def run(options, *words, tool=()):
@@ -124,7 +126,7 @@ def measure_memory(options):
             for what, items, size, peak in rows]
 
 
-def describe_machine(options, context):
+def describe_machine(options):
     model = platform.processor() or platform.machine()
     memory = ""
     if os.path.exists("/proc/cpuinfo"):
@@ -133,8 +135,8 @@ def describe_machine(options, context):
         with open("/proc/meminfo", encoding="utf-8") as file:
             memory = f", {int(file.readline().split()[1]) // 2**20} GiB"
     volume = subprocess.run(["stat", "-f", "-c", "%T", options.scratch], stdout=subprocess.PIPE, text=True).stdout
-    return (f"{model}, {context['num_cpus']} processors{memory}, {platform.system()} {platform.release()}, "
-            f"files on {volume.strip()}, load {context['load_avg'][0]:.1f} at the start")
+    return (f"{model}, {os.cpu_count()} processors{memory}, {platform.system()} {platform.release()}, "
+            f"files on {volume.strip()}, load {options.load:.1f} at the start")
 
 
 # ---- Tables ----
@@ -185,6 +187,8 @@ def check(values, job):
 
 def print_table(title, header, rows):
     """Markdown, in columns that also read well as they are."""
+    if not rows:
+        return
     widths = [max(len(row[column]) for row in [header, *rows]) for column in range(len(header))]
     print(f"\n### {title}\n")
     for row in (header, ["-" * width for width in widths], *rows):
@@ -225,9 +229,8 @@ def print_growth(values):
     sizes = sorted({size for times in grown.values() for size in times})
     rows = [[job, *(time_text(times[size]) for size in sizes), f"{times[sizes[-1]] / times[sizes[0]]:.2f}"]
             for job, times in grown.items()]
-    if rows:
-        print_table("Growth: time of one item, among so many", ["job", *(f"{size:,}" for size in sizes),
-                                                                "last/first"], rows)
+    print_table("Growth: time of one item, among so many", ["job", *(f"{size:,}" for size in sizes), "last/first"],
+                rows)
 
 
 def print_memory(rows):
@@ -293,21 +296,23 @@ def parse_options():
     options = parser.parse_args()
     if options.scratch is None:
         options.scratch = "/dev/shm" if os.path.isdir("/dev/shm") else tempfile.gettempdir()
+    options.load = os.getloadavg()[0]
     return options
 
 
 def main():
     options = parse_options()
-    growth_only = options.filter.startswith("growth")
     repetitions, minimum = (7, 0.02) if options.quick else (9, 0.03)
-    times, context = measure(options, f"^(?!growth).*({options.filter})", repetitions, minimum)
-    result = {"machine": describe_machine(options, context), "quick": options.quick, "times": times}
+    times = measure(options, f"^(?!growth)(?=.*({options.filter}))", repetitions, minimum)
+    result = {"machine": describe_machine(options), "quick": options.quick, "times": times}
     is_whole = options.filter == "." and not options.times
     if not options.times:
-        result["growth"] = measure(options, f"^growth.*({options.filter})", 3, minimum)[0]
+        result["growth"] = measure(options, f"^(?=growth)(?=.*({options.filter}))", 3, minimum)
         result["system calls"] = count_system_calls(options)
         if shutil.which("valgrind"):
             result["instructions"] = count_instructions(options)
+    if not any(values for name, values in result.items() if name not in ("machine", "quick")):
+        sys.exit(f"no job is called {options.filter}")
     if is_whole:
         result["memory"] = measure_memory(options)
     if options.plot:

@@ -63,9 +63,25 @@ std::size_t CountEntries(const char* folder) {
     return count;
 }
 
+void CountInFlatFolder(std::size_t files) {
+    benchmark::DoNotOptimize(CountEntries(FlatFolder(files).c_str()));
+}
+
+// The system itself takes more for each name the more there are.
+void AddGrowthOfListing(Variants& variants, const std::vector<std::size_t>& growth) {
+    for (const std::size_t files : growth)
+        variants.push_back({"growth, list (limit), " + std::to_string(files),
+                            Role::Limit,
+                            "getdents64",
+                            files,
+                            [=] { CountInFlatFolder(files); },
+                            [=] { FlatFolder(files); },
+                            {}});
+}
+
 void AddListing(Variants& variants, std::size_t files) {
     const auto setUp = [=] { FlatFolder(files); };
-    const auto count = [=] { benchmark::DoNotOptimize(CountEntries(FlatFolder(files).c_str())); };
+    const auto count = [=] { CountInFlatFolder(files); };
     const auto match = [=] {
         glob_t found{};
         Checked(-::glob((FlatFolder(files) / "*.wav").c_str(), GLOB_NOSORT, nullptr, &found));
@@ -348,6 +364,7 @@ bool TakeHomeFolder(const fs::path& folder) {
 void AddSystemCalls(Variants& variants, const Sizes& sizes) {
     AddCurrentFolder(variants);
     AddListing(variants, sizes.listed);
+    AddGrowthOfListing(variants, sizes.growth);
     AddExistence(variants);
     AddFreeNames(variants, sizes.taken);
     AddCopying(variants, sizes.largeFile);
