@@ -302,7 +302,7 @@ def parse_options():
 
 def main():
     options = parse_options()
-    repetitions, minimum = (7, 0.02) if options.quick else (9, 0.03)
+    repetitions, minimum = (7, 0.02) if options.quick else (15, 0.03)
     times = measure(options, f"^(?!growth)(?=.*({options.filter}))", repetitions, minimum)
     result = {"machine": describe_machine(options), "quick": options.quick, "times": times}
     is_whole = options.filter == "." and not options.times
