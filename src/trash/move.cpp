@@ -25,18 +25,19 @@ ItemKind KindOf(const std::string& path) {
 // Knows a file by more than its path, as another process can put another file there at any time.
 class HeldFile {
 public:
-    HeldFile(const WideString& path, DWORD shareMode)
-        : path_(path), handle_(::CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
-                                             FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    // Nobody may write, as what came in behind the copy would go with the source.
+    explicit HeldFile(const WideString& path)
+        : path_(path), handle_(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
     HeldFile(const HeldFile&) = delete;
     HeldFile& operator=(const HeldFile&) = delete;
     ~HeldFile() {
         if (IsOpen())
             ::CloseHandle(handle_);
     }
-    bool IsClaimed() const { return IsOpen() && Platform::ClaimForMove(handle_) && IsAtItsPath(); }
-    bool IsAtItsPath() const { return Platform::IsFileAt(path_.c_str(), handle_); }
-    bool Delete() const { return Platform::DeleteFileAt(path_.c_str(), handle_); }
+    bool IsClaimed() const { return IsOpen() && Platform::ClaimForMove(handle_) && IsAt(path_); }
+    bool IsAt(const WideString& path) const { return Platform::IsFileAt(path.c_str(), handle_); }
+    bool DeleteAt(const WideString& path) const { return Platform::DeleteFileAt(path.c_str(), handle_); }
 
 private:
     bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
@@ -50,8 +51,11 @@ MoveResult WhyNothingWasMade(const std::string& destination) {
 }
 
 // A source that is no longer what was copied is another item, and the copy is all there is of the old one.
-MoveResult WhatRemovalLeft(bool removed, const WideString& from, const WideString& to) {
-    return removed || !Platform::HoldSameTree(from.c_str(), to.c_str()) ? MoveResult::Moved : MoveResult::Copied;
+MoveResult SettleCopy(bool isSourceRemoved, const WideString& from, const WideString& to, CopyOfWhatStays copy) {
+    if (isSourceRemoved || copy == CopyOfWhatStays::Keep || !Platform::HoldSameTree(from.c_str(), to.c_str()))
+        return MoveResult::Moved;
+    Platform::RemoveCopiedTree(to.c_str(), from.c_str());
+    return MoveResult::Failed;
 }
 
 bool IsSafeOnDisk(const WideString& copy, const WideString& source) {
@@ -60,7 +64,8 @@ bool IsSafeOnDisk(const WideString& copy, const WideString& source) {
 
 // The destination folder is made here, so that it can only be one of our own. What someone else puts into it meanwhile
 // is his, also when the copy is taken back.
-MoveResult MoveFolderByCopy(const std::string& source, const std::string& destination) {
+MoveResult MoveFolderByCopy(const std::string& source, const std::string& destination,
+                            CopyOfWhatStays copyOfWhatStays) {
     const WideString from = Utf8ToWide(source);
     const WideString to = Utf8ToWide(destination);
     if (Platform::LiesInFolder(to.c_str(), from.c_str()))
@@ -72,7 +77,7 @@ MoveResult MoveFolderByCopy(const std::string& source, const std::string& destin
         return MoveResult::Failed;
     }
     Platform::CopyFolderAttributes(from.c_str(), to.c_str());
-    return WhatRemovalLeft(Platform::RemoveCopiedTree(from.c_str(), to.c_str()), from, to);
+    return SettleCopy(Platform::RemoveCopiedTree(from.c_str(), to.c_str()), from, to, copyOfWhatStays);
 }
 
 // A copy under a name of its own, which no other process knows; the empty text if none could be made.
@@ -88,35 +93,39 @@ std::string CopyBeside(const std::string& source, const std::string& destination
     }
 }
 
-// The copy takes its name as late as it can, as from then on other processes may move it on.
-MoveResult MoveFileByCopy(const std::string& source, const std::string& destination) {
+// Other processes can move the copy on as soon as it has its name, and put another file there, so it is known by its
+// handle from then on.
+MoveResult MoveFileByCopy(const std::string& source, const std::string& destination, CopyOfWhatStays copyOfWhatStays) {
     const WideString from = Utf8ToWide(source);
     const WideString to = Utf8ToWide(destination);
-    // Nobody may write, as what came in behind the copy would go with the source.
-    const HeldFile original(from, FILE_SHARE_READ | FILE_SHARE_DELETE);
+    const HeldFile original(from);
     if (!original.IsClaimed())
         return MoveResult::Failed;
-    const std::string copy = CopyBeside(source, destination);
-    if (copy.empty())
+    const std::string copyPath = CopyBeside(source, destination);
+    if (copyPath.empty())
         return MoveResult::Failed;
-    const WideString made = Utf8ToWide(copy);
-    const bool isWhole = Platform::HoldSameTree(from.c_str(), made.c_str());
+    const WideString made = Utf8ToWide(copyPath);
+    const HeldFile copy(made);
+    const bool isWhole = copy.IsClaimed() && Platform::HoldSameTree(from.c_str(), made.c_str());
     if (!isWhole || ::MoveFileW(made.c_str(), to.c_str()) == FALSE) {
-        DeleteFolderForGood(copy);
+        DeleteFolderForGood(copyPath);
         return isWhole ? WhyNothingWasMade(destination) : MoveResult::Failed;
     }
-    // Not every program that writes can be kept out. Whoever has moved the copy on has brought it to disk.
-    const bool isSafe = (Platform::BringToDisk(to.c_str()) && Platform::HoldSameTree(from.c_str(), to.c_str())) ||
-                        !Platform::HasAttributes(to.c_str());
-    return (isSafe && original.Delete()) || !original.IsAtItsPath() ? MoveResult::Moved : MoveResult::Copied;
+    // Not every program that writes can be kept out.
+    const bool isSafe =
+        (Platform::BringToDisk(to.c_str()) && Platform::HoldSameTree(from.c_str(), to.c_str())) || !copy.IsAt(to);
+    if ((isSafe && original.DeleteAt(from)) || !original.IsAt(from) || copyOfWhatStays == CopyOfWhatStays::Keep)
+        return MoveResult::Moved;
+    copy.DeleteAt(to);
+    return MoveResult::Failed;
 }
 
-MoveResult MoveLinkByCopy(const std::string& source, const std::string& destination) {
+MoveResult MoveLinkByCopy(const std::string& source, const std::string& destination, CopyOfWhatStays copyOfWhatStays) {
     const WideString from = Utf8ToWide(source);
     const WideString to = Utf8ToWide(destination);
     if (!Platform::CopyLink(from.c_str(), to.c_str()))
         return WhyNothingWasMade(destination);
-    return WhatRemovalLeft(::DeleteFileW(from.c_str()) != FALSE, from, to);
+    return SettleCopy(::DeleteFileW(from.c_str()) != FALSE, from, to, copyOfWhatStays);
 }
 
 } // namespace
@@ -126,7 +135,8 @@ bool IsTaken(const std::string& path) {
     return CheckFolderExists(path) || (!IsAscii(path) && CheckPathIsDirectory(path, isDirectory));
 }
 
-MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination) {
+MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination,
+                            CopyOfWhatStays copyOfWhatStays) {
     if (Platform::RenameWithoutReplacing(source.c_str(), destination.c_str()) == 0)
         return MoveResult::Moved;
     if (IsTaken(destination))
@@ -135,9 +145,9 @@ MoveResult MoveFileOrFolder(const std::string& source, const std::string& destin
     if (!IsValidUtf8(source) || !IsValidUtf8(destination))
         return MoveResult::Failed;
     switch (KindOf(source)) {
-    case ItemKind::Folder: return MoveFolderByCopy(source, destination);
-    case ItemKind::Link: return MoveLinkByCopy(source, destination);
-    default: return MoveFileByCopy(source, destination);
+    case ItemKind::Folder: return MoveFolderByCopy(source, destination, copyOfWhatStays);
+    case ItemKind::Link: return MoveLinkByCopy(source, destination, copyOfWhatStays);
+    default: return MoveFileByCopy(source, destination, copyOfWhatStays);
     }
 }
 

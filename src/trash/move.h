@@ -6,7 +6,6 @@ namespace Vellox::FileNames {
 
 enum class MoveResult {
     Moved,
-    Copied,           // whole at both places: the source could not be removed
     DestinationTaken, // something stands there; nothing was touched
     Failed,           // the source is whole at its old place
 };
@@ -16,6 +15,10 @@ bool IsTaken(const std::string& path);
 
 // Moves a file, a folder with its contents or a link to a path that is free. What cannot be renamed is copied, the copy
 // is compared with the source, and only then is the source removed. A folder is never moved into itself.
-MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination);
+//
+// A source that cannot be removed stays where it is. Its copy is then taken back, or kept if that is wanted, which
+// counts as moved.
+enum class CopyOfWhatStays { TakeBack, Keep };
+MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination, CopyOfWhatStays copyOfWhatStays);
 
 } // namespace Vellox::FileNames

@@ -84,15 +84,14 @@ std::string MoveToTrash(const std::string& item, const std::string& trashFolder,
         return trashPath;
     while (true) {
         trashPath = ComposeTrashPath(trashFolder, name);
-        const MoveResult result = hasToStay ? MoveResult::Failed : MoveFileOrFolder(item, trashPath);
+        // What has to stay at its place does not lie in the trash as well.
+        const MoveResult result =
+            hasToStay ? MoveResult::Failed : MoveFileOrFolder(item, trashPath, CopyOfWhatStays::TakeBack);
         // Another process was faster with that name, and the entry of that name is the one of its item.
         if (result == MoveResult::DestinationTaken)
             continue;
         if (result == MoveResult::Failed && !CheckFolderExists(trashFolder) && CreateDirectoryA(trashFolder))
             continue;
-        // What has to stay at its place does not lie in the trash as well.
-        if (result == MoveResult::Copied)
-            DeleteFolderForGood(trashPath);
         return trashPath;
     }
 }
@@ -135,7 +134,7 @@ bool PutBack(std::string trashPath) {
     bool isDone = !isCatalogue && trashCatalogue.FindRestorePath(trashPath, restorePath);
     if (isDone) {
         const std::string destination(WithoutTrailingSeparators(UpToNul(restorePath)));
-        isDone = MoveFileOrFolder(trashPath, destination) != MoveResult::DestinationTaken;
+        isDone = MoveFileOrFolder(trashPath, destination, CopyOfWhatStays::Keep) != MoveResult::DestinationTaken;
         if (isDone)
             trashCatalogue.Remove(trashPath);
     }

@@ -395,7 +395,7 @@ TEST_P(NothingLost, WhenADeletedFolderBecomesALink) {
 
 // Each process trashes takes of its own, and all put back whatever they find.
 TEST_P(NothingLost, WhenProcessesMeetInTheTrash) {
-    constexpr int races = 10, takes = 3, turns = 5;
+    constexpr int races = 30, takes = 3, turns = 5;
     for (const int processes : {2, 8}) {
         std::ptrdiff_t forgotten = 0;
         for (int race = 0; race < races; ++race) {

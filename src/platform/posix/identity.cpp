@@ -4,10 +4,13 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "platform/posix/copy.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/errors.h"
 #include "platform/posix/handles.h"
 #include "platform/posix/paths.h"
+#include "platform/posix/rename.h"
+#include "platform/posix/tree.h"
 #include "platform/win32.h"
 
 namespace Vellox::Posix {
@@ -61,6 +64,17 @@ void KeepFolderAttributes(int folder, const struct stat& status) {
     MayFail(::futimens(folder, times));
 }
 
+namespace {
+
+bool IsSameFile(Entry entry, HANDLE file) {
+    int descriptor = 0;
+    struct stat status;
+    struct stat fileStatus;
+    return ToDescriptor(file, descriptor) && ::fstatat(entry.folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           ::fstat(descriptor, &fileStatus) == 0 && IsSameEntry(status, fileStatus);
+}
+
+} // namespace
 } // namespace Vellox::Posix
 
 using namespace Vellox::Posix;
@@ -82,15 +96,25 @@ bool Vellox::Platform::ClaimForMove(HANDLE file) {
 
 bool Vellox::Platform::IsFileAt(const WCHAR* path, HANDLE file) {
     const PosixPath place(path);
-    int descriptor = 0;
-    struct stat status;
-    struct stat fileStatus;
-    return place.IsValid() && ToDescriptor(file, descriptor) && ::lstat(place.Text(), &status) == 0 &&
-           ::fstat(descriptor, &fileStatus) == 0 && IsSameEntry(status, fileStatus);
+    return place.IsValid() && IsSameFile({AT_FDCWD, place.Text()}, file);
 }
 
+// Another process can put another file there at any time, but not under a name that it does not know. Where the file
+// cannot take such a name, a look right before has to do.
 bool Vellox::Platform::DeleteFileAt(const WCHAR* path, HANDLE file) {
-    return IsFileAt(path, file) && ::DeleteFileW(path) != FALSE;
+    const PosixPath posixPath(path);
+    Place place;
+    if (!posixPath.IsValid() || !IsFileAt(path, file) || !SplitLastComponent(posixPath.View(), place))
+        return false;
+    const Descriptor folder = Open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const char* name = place.name.c_str();
+    const std::string doomed = NextTemporaryName();
+    if (!folder || !RenameIntoFreeName(folder.Get(), name, folder.Get(), doomed.c_str()))
+        return ::DeleteFileW(path) != FALSE;
+    if (IsSameFile({folder.Get(), doomed.c_str()}, file) && ::unlinkat(folder.Get(), doomed.c_str(), 0) == 0)
+        return true;
+    RenameIntoFreeName(folder.Get(), doomed.c_str(), folder.Get(), name);
+    return false;
 }
 
 void Vellox::Platform::CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {

@@ -55,9 +55,9 @@ public:
     static constexpr DWORD shareReadersOnly = FILE_SHARE_READ | FILE_SHARE_DELETE;
     static constexpr DWORD shareAll = shareReadersOnly | FILE_SHARE_WRITE;
 
-    explicit File(const WCHAR* path, DWORD access = FILE_READ_ATTRIBUTES, DWORD shareMode = shareAll)
-        : handle_(::CreateFileW(path, access, shareMode, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {
-    }
+    explicit File(const WCHAR* path, DWORD access = FILE_READ_ATTRIBUTES, DWORD shareMode = shareAll, DWORD flags = 0)
+        : handle_(::CreateFileW(path, access, shareMode, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags,
+                                nullptr)) {}
     File(const File&) = delete;
     File& operator=(const File&) = delete;
     ~File() {
@@ -72,14 +72,21 @@ private:
     HANDLE handle_;
 };
 
-bool ReadIdentity(const Text& path, BY_HANDLE_FILE_INFORMATION& identity) {
-    const File file(path.c_str());
-    return file.IsOpen() && ::GetFileInformationByHandle(file.Get(), &identity) != FALSE;
-}
-
 bool IsSameEntry(const BY_HANDLE_FILE_INFORMATION& first, const BY_HANDLE_FILE_INFORMATION& second) {
     return first.dwVolumeSerialNumber == second.dwVolumeSerialNumber && first.nFileIndexHigh == second.nFileIndexHigh &&
            first.nFileIndexLow == second.nFileIndexLow;
+}
+
+bool IsSameFile(const File& first, HANDLE second) {
+    BY_HANDLE_FILE_INFORMATION one = {};
+    BY_HANDLE_FILE_INFORMATION other = {};
+    return first.IsOpen() && ::GetFileInformationByHandle(first.Get(), &one) != FALSE &&
+           ::GetFileInformationByHandle(second, &other) != FALSE && IsSameEntry(one, other);
+}
+
+bool ReadIdentity(const Text& path, BY_HANDLE_FILE_INFORMATION& identity) {
+    const File file(path.c_str());
+    return file.IsOpen() && ::GetFileInformationByHandle(file.Get(), &identity) != FALSE;
 }
 
 Text FolderOf(const Text& path) {
@@ -359,25 +366,18 @@ bool ClaimForMove(HANDLE file) {
 }
 
 bool IsFileAt(const WCHAR* path, HANDLE file) {
-    const HANDLE there =
-        ::CreateFileW(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                      FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-    if (there == INVALID_HANDLE_VALUE)
-        return false;
-    BY_HANDLE_FILE_INFORMATION first = {};
-    BY_HANDLE_FILE_INFORMATION second = {};
-    const bool isKnown =
-        ::GetFileInformationByHandle(there, &first) != FALSE && ::GetFileInformationByHandle(file, &second) != FALSE;
-    ::CloseHandle(there);
-    return isKnown && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
-           first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
+    return IsSameFile(File(path, 0, File::shareAll, FILE_FLAG_OPEN_REPARSE_POINT), file);
 }
 
+// By its handle, as another process can put another file there at any time. A read-only mark would keep it here.
 bool DeleteFileAt(const WCHAR* path, HANDLE file) {
-    if (!IsFileAt(path, file))
-        return false;
-    ::SetFileAttributesW(path, FILE_ATTRIBUTE_NORMAL); // a read-only mark would keep it here
-    return ::DeleteFileW(path) != FALSE;
+    const File doomed(path, DELETE | FILE_WRITE_ATTRIBUTES, File::shareAll, FILE_FLAG_OPEN_REPARSE_POINT);
+    FILE_BASIC_INFO unmarked = {};
+    unmarked.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    FILE_DISPOSITION_INFO deletion = {TRUE};
+    return IsSameFile(doomed, file) &&
+           ::SetFileInformationByHandle(doomed.Get(), FileBasicInfo, &unmarked, sizeof unmarked) != FALSE &&
+           ::SetFileInformationByHandle(doomed.Get(), FileDispositionInfo, &deletion, sizeof deletion) != FALSE;
 }
 
 } // namespace Vellox::Platform
