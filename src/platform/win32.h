@@ -52,11 +52,11 @@ bool HoldSameTree(const WCHAR* source, const WCHAR* copy);
 // because it came later or was changed, stays where it is; then, or if something could not be removed, it gives false.
 bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy);
 
-// Takes an open file for a move, until it is closed; false if another move has it.
-bool ClaimForMove(HANDLE file);
+// Takes an open file or folder for a move, until it is closed; false if another move has it.
+bool ClaimForMove(HANDLE item);
 
-// True if the path still leads to the open file itself.
-bool IsFileAt(const WCHAR* path, HANDLE file);
+// True if the path still leads to the open file or folder itself.
+bool IsItemAt(const WCHAR* path, HANDLE item);
 
 // Deletes the file at the path, read-only or not, if it is the open file itself.
 bool DeleteFileAt(const WCHAR* path, HANDLE file);

@@ -400,15 +400,20 @@ TEST_P(NothingLost, WhenProcessesMeetInTheTrash) {
         std::ptrdiff_t forgotten = 0;
         for (int race = 0; race < races; ++race) {
             Clear();
+            const auto item = [&](int number) {
+                return items / std::to_string(number) / (number % 2 == 0 ? "take.wav" : "song");
+            };
             for (int number = 0; number < processes * takes; ++number)
-                WriteFile(items / std::to_string(number) / "take.wav", "take " + std::to_string(number));
+                WriteFile(number % 2 == 0 ? item(number) : item(number) / "take.wav", "take " + std::to_string(number));
             for (int process = 0; process < processes; ++process)
                 if (::fork() == 0) {
                     for (int turn = 0; turn <= turns; ++turn) {
                         for (int take = 0; take < takes; ++take)
-                            DeleteFileToRecycleBin(Win32(items / std::to_string(process * takes + take) / "take.wav"),
-                                                   true);
-                        for (const std::string& name : GetFolderFiles(Win32(trash / "*")))
+                            DeleteFileToRecycleBin(Win32(item(process * takes + take)), true);
+                        std::vector<std::string> names = GetFolderFiles(Win32(trash / "*"));
+                        for (std::string& name : GetFolderSubfolders(Win32(trash / "*")))
+                            names.push_back(std::move(name));
+                        for (const std::string& name : names)
                             if (turn < turns && CanPutBack(Win32(trash / name)))
                                 PutBack(Win32(trash / name));
                     }

@@ -23,9 +23,9 @@ int OpenFlags(DWORD access, DWORD disposition) {
 }
 
 // What is written to a FIFO would be gone, and a mark against writing binds even those that no right binds.
-bool MayBeOpened(const struct stat& status, DWORD access) {
+bool MayBeOpened(const struct stat& status, DWORD access, DWORD flags) {
     if (S_ISDIR(status.st_mode))
-        return false;
+        return (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
     return (access & GENERIC_WRITE) == 0 || (!S_ISFIFO(status.st_mode) && !IsReadOnly(status));
 }
 
@@ -36,14 +36,14 @@ bool EmptyFile(int descriptor, const struct stat& status) {
     return Retried([&] { return ::ftruncate(descriptor, 0); }) == 0 || FailFromErrno();
 }
 
-Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD disposition) {
+Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD disposition, DWORD flags) {
     Descriptor file = Open(path.Text(), OpenFlags(access, disposition), 0666);
     struct stat status;
     if (!file || ::fstat(file.Get(), &status) != 0) {
         FailFromErrno();
         return {};
     }
-    if (!MayBeOpened(status, access)) {
+    if (!MayBeOpened(status, access, flags)) {
         Fail(ERROR_ACCESS_DENIED);
         return {};
     }
@@ -57,11 +57,11 @@ Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD 
 } // namespace
 
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* /*security*/,
-                   DWORD disposition, DWORD /*flags*/, HANDLE /*templateFile*/) {
+                   DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
     const PosixPath place(path);
     if (!place.IsValid())
         return INVALID_HANDLE_VALUE;
-    Descriptor file = OpenFile(place, access, shareMode, disposition);
+    Descriptor file = OpenFile(place, access, shareMode, disposition, flags);
     return file ? ToHandle(std::move(file)) : INVALID_HANDLE_VALUE;
 }
 

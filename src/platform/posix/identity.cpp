@@ -66,7 +66,7 @@ void KeepFolderAttributes(int folder, const struct stat& status) {
 
 namespace {
 
-bool IsSameFile(Entry entry, HANDLE file) {
+bool IsSameItem(Entry entry, HANDLE file) {
     int descriptor = 0;
     struct stat status;
     struct stat fileStatus;
@@ -94,9 +94,9 @@ bool Vellox::Platform::ClaimForMove(HANDLE file) {
                                               errno != EWOULDBLOCK || Fail(ERROR_SHARING_VIOLATION));
 }
 
-bool Vellox::Platform::IsFileAt(const WCHAR* path, HANDLE file) {
+bool Vellox::Platform::IsItemAt(const WCHAR* path, HANDLE file) {
     const PosixPath place(path);
-    return place.IsValid() && IsSameFile({AT_FDCWD, place.Text()}, file);
+    return place.IsValid() && IsSameItem({AT_FDCWD, place.Text()}, file);
 }
 
 // Another process can put another file there at any time, but not under a name that it does not know. Where the file
@@ -104,14 +104,14 @@ bool Vellox::Platform::IsFileAt(const WCHAR* path, HANDLE file) {
 bool Vellox::Platform::DeleteFileAt(const WCHAR* path, HANDLE file) {
     const PosixPath posixPath(path);
     Place place;
-    if (!posixPath.IsValid() || !IsFileAt(path, file) || !SplitLastComponent(posixPath.View(), place))
+    if (!posixPath.IsValid() || !IsItemAt(path, file) || !SplitLastComponent(posixPath.View(), place))
         return false;
     const Descriptor folder = Open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     const char* name = place.name.c_str();
     const std::string doomed = NextTemporaryName();
     if (!folder || !RenameIntoFreeName(folder.Get(), name, folder.Get(), doomed.c_str()))
         return ::DeleteFileW(path) != FALSE;
-    if (IsSameFile({folder.Get(), doomed.c_str()}, file) && ::unlinkat(folder.Get(), doomed.c_str(), 0) == 0)
+    if (IsSameItem({folder.Get(), doomed.c_str()}, file) && ::unlinkat(folder.Get(), doomed.c_str(), 0) == 0)
         return true;
     RenameIntoFreeName(folder.Get(), doomed.c_str(), folder.Get(), name);
     return false;

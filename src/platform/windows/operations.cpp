@@ -77,7 +77,7 @@ bool IsSameEntry(const BY_HANDLE_FILE_INFORMATION& first, const BY_HANDLE_FILE_I
            first.nFileIndexLow == second.nFileIndexLow;
 }
 
-bool IsSameFile(const File& first, HANDLE second) {
+bool IsSameItem(const File& first, HANDLE second) {
     BY_HANDLE_FILE_INFORMATION one = {};
     BY_HANDLE_FILE_INFORMATION other = {};
     return first.IsOpen() && ::GetFileInformationByHandle(first.Get(), &one) != FALSE &&
@@ -365,8 +365,8 @@ bool ClaimForMove(HANDLE file) {
     return ::LockFile(file, 0, 0x40000000, 1, 0) != FALSE || ::GetLastError() != ERROR_LOCK_VIOLATION;
 }
 
-bool IsFileAt(const WCHAR* path, HANDLE file) {
-    return IsSameFile(File(path, 0, File::shareAll, FILE_FLAG_OPEN_REPARSE_POINT), file);
+bool IsItemAt(const WCHAR* path, HANDLE file) {
+    return IsSameItem(File(path, 0, File::shareAll, FILE_FLAG_OPEN_REPARSE_POINT), file);
 }
 
 // By its handle, as another process can put another file there at any time. A read-only mark would keep it here.
@@ -375,7 +375,7 @@ bool DeleteFileAt(const WCHAR* path, HANDLE file) {
     FILE_BASIC_INFO unmarked = {};
     unmarked.FileAttributes = FILE_ATTRIBUTE_NORMAL;
     FILE_DISPOSITION_INFO deletion = {TRUE};
-    return IsSameFile(doomed, file) &&
+    return IsSameItem(doomed, file) &&
            ::SetFileInformationByHandle(doomed.Get(), FileBasicInfo, &unmarked, sizeof unmarked) != FALSE &&
            ::SetFileInformationByHandle(doomed.Get(), FileDispositionInfo, &deletion, sizeof deletion) != FALSE;
 }
