@@ -40,10 +40,14 @@ struct Operation {
 using Files = std::map<fs::path, std::string>;
 using Records = std::map<std::string, std::string>;
 
-// The complete records of a catalogue, or of what is left of one.
+// The complete records of a catalogue, or of what is left of one. Behind the number that it tells there can be the rest
+// of a longer one, when two processes wrote at once.
 Records RecordsOf(const std::string& bytes) {
     Records records;
+    std::uint32_t count = 0;
     std::size_t at = 8;
+    if (bytes.size() >= at)
+        std::memcpy(&count, &bytes[4], sizeof count);
     const auto take = [&](std::string& text) {
         int size = 0;
         if (at + sizeof size > bytes.size())
@@ -58,7 +62,7 @@ Records RecordsOf(const std::string& bytes) {
     };
     std::string key;
     std::string place;
-    while (take(key) && (at += sizeof(std::uint64_t)) < bytes.size() && take(place))
+    for (; count > 0 && take(key) && (at += sizeof(std::uint64_t)) < bytes.size() && take(place); --count)
         records[key] = place;
     return records;
 }

@@ -29,9 +29,10 @@ bool MayBeOpened(const struct stat& status, DWORD access, DWORD flags) {
     return (access & GENERIC_WRITE) == 0 || (!S_ISFIFO(status.st_mode) && !IsReadOnly(status));
 }
 
-// The file is emptied only when nobody stands against it.
+// The file is emptied only when nobody stands against it. What it held before that says nothing: someone may have
+// written since.
 bool EmptyFile(int descriptor, const struct stat& status) {
-    if (!S_ISREG(status.st_mode) || status.st_size == 0)
+    if (!S_ISREG(status.st_mode))
         return true;
     return Retried([&] { return ::ftruncate(descriptor, 0); }) == 0 || FailFromErrno();
 }
