@@ -293,7 +293,14 @@ bool HasAttributes(const WCHAR* path) {
 // What has a longer path cannot be renamed, so no rename gives it one: it would not come back.
 int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
     const DWORD capacity = ::GetFullPathNameA(newPath, 0, nullptr, nullptr);
-    return capacity != 0 && capacity <= MAX_PATH ? std::rename(oldPath, newPath) : -1;
+    if (capacity == 0 || capacity > MAX_PATH)
+        return -1;
+    // The system finds nothing wrong with a name that the item has already.
+    if (::GetFileAttributesA(newPath) != INVALID_FILE_ATTRIBUTES) {
+        ::SetLastError(ERROR_ALREADY_EXISTS);
+        return -1;
+    }
+    return std::rename(oldPath, newPath);
 }
 
 int RunShellOperation(SHFILEOPSTRUCTW& operation) {
