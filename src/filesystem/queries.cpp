@@ -22,7 +22,7 @@ bool CheckFileExists(const std::string& path) {
 }
 
 bool CheckFolderExists(const std::string& path) {
-    return Platform::HasAttributes(WideArgument(path).c_str());
+    return Platform::HasAttributes(WideArgument(path).View());
 }
 
 bool CheckFileExistsEvenIfNotAccessible(std::string path) {

@@ -23,12 +23,14 @@
 
 #endif
 
+#include <string_view>
+
 // What Win32 has no single call for, or what the C library already has under the same name in another
 // meaning. Each system has its own.
 namespace Vellox::Platform {
 
-// True if GetFileAttributesW would give an answer; asks for less, and so takes less time.
-bool HasAttributes(const WCHAR* path);
+// True if GetFileAttributesW would give an answer; asks for less, and so takes less time. A NUL stands behind the path.
+bool HasAttributes(std::basic_string_view<WCHAR> path);
 
 // The narrow route's rename: gives 0 after a move under the new name, which was free. A taken new name
 // is refused in the same step, never replaced.

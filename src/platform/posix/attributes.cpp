@@ -92,7 +92,7 @@ BOOL SetCurrentDirectoryA(const char* path) {
 }
 
 // Where a filter for system calls is older than this one, it refuses it with EPERM, which says nothing about the path.
-bool Vellox::Platform::HasAttributes(const WCHAR* path) {
+bool Vellox::Platform::HasAttributes(std::u16string_view path) {
     const PosixPath place(path);
     if (!place.IsValid())
         return false;

@@ -38,8 +38,8 @@ PosixPath::PosixPath(const char* path) {
     Translate({text_, length});
 }
 
-PosixPath::PosixPath(const WCHAR* path) {
-    const std::size_t length = EncodeUtf8(path, WideLength(path), text_, sizeof text_ - 1);
+PosixPath::PosixPath(std::u16string_view path) {
+    const std::size_t length = EncodeUtf8(path.data(), path.size(), text_, sizeof text_ - 1);
     if (length == doesNotFit) {
         Fail(ERROR_FILENAME_EXCED_RANGE);
         return;

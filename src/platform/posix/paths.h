@@ -13,7 +13,8 @@ namespace Vellox::Posix {
 class PosixPath {
 public:
     explicit PosixPath(const char* path);
-    explicit PosixPath(const WCHAR* path);
+    explicit PosixPath(const WCHAR* path) : PosixPath(std::u16string_view(path)) {}
+    explicit PosixPath(std::u16string_view path);
 
     // False if the path names no place here; the last error says why.
     bool IsValid() const { return length_ != 0; }

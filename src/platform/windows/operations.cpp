@@ -286,8 +286,8 @@ bool ReadRootEntry(const WCHAR* path, Entry& entry) {
 
 } // namespace
 
-bool HasAttributes(const WCHAR* path) {
-    return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
+bool HasAttributes(std::basic_string_view<WCHAR> path) {
+    return ::GetFileAttributesW(path.data()) != INVALID_FILE_ATTRIBUTES;
 }
 
 // What has a longer path cannot be renamed, so no rename gives it one: it would not come back.
