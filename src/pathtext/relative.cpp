@@ -56,20 +56,11 @@ bool ComponentReader::SkipCommon(ComponentReader& first, ComponentReader& second
 bool ComposeRelativeFolder(std::string_view target, std::string_view base, std::string& relative) {
     ComponentReader targetReader(target);
     ComponentReader baseReader(base);
-    std::string_view targetName;
-    std::string_view baseName;
-    bool haveCommonRoot = ComponentReader::SkipCommon(targetReader, baseReader);
-    bool targetIsLeft = targetReader.Next(targetName);
-    bool baseIsLeft = baseReader.Next(baseName);
-    while (targetIsLeft && baseIsLeft && EqualsIgnoringCase(targetName, baseName)) {
-        haveCommonRoot = true;
-        targetIsLeft = targetReader.Next(targetName);
-        baseIsLeft = baseReader.Next(baseName);
-    }
-    for (; baseIsLeft && !baseName.empty(); baseIsLeft = baseReader.Next(baseName))
+    const bool haveCommonRoot = ComponentReader::SkipCommon(targetReader, baseReader);
+    for (std::string_view name; baseReader.Next(name) && !name.empty();)
         relative += "..\\";
-    for (; targetIsLeft && !targetName.empty(); targetIsLeft = targetReader.Next(targetName))
-        relative.append(targetName).append(1, '\\');
+    for (std::string_view name; targetReader.Next(name) && !name.empty();)
+        relative.append(name).append(1, '\\');
     return haveCommonRoot;
 }
 
