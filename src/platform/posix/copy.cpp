@@ -202,8 +202,16 @@ BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists)
     if (!file)
         return FALSE;
     const Existing existing = failIfExists != FALSE ? Existing::Refuse : Existing::Replace;
-    Target target;
-    if (!OpenTarget(to, status, existing, target))
-        return FALSE;
-    return static_cast<BOOL>(CopyRegularFile(file.Get(), status, target.folder.Get(), target.name.c_str(), existing));
+    while (true) {
+        Target target;
+        if (!OpenTarget(to, status, existing, target))
+            return FALSE;
+        // What comes meanwhile may be in use, and is looked at first.
+        const Existing found = target.existing ? existing : Existing::Refuse;
+        if (CopyRegularFile(file.Get(), status, target.folder.Get(), target.name.c_str(), found))
+            return TRUE;
+        const bool hasCome = found != existing && ::GetLastError() == ERROR_FILE_EXISTS;
+        if (!hasCome || ::lseek(file.Get(), 0, SEEK_SET) != 0)
+            return FALSE;
+    }
 }
