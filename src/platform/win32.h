@@ -54,6 +54,9 @@ bool HoldSameTree(const WCHAR* source, const WCHAR* copy);
 // because it came later or was changed, stays where it is; then, or if something could not be removed, it gives false.
 bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy);
 
+// The same for a link; on Windows, where links are not compared, any link at the path goes.
+bool RemoveCopiedLink(const WCHAR* link, const WCHAR* copy);
+
 // Takes an open file or folder for a move, until it is closed; false if another move has it.
 bool ClaimForMove(HANDLE item);
 

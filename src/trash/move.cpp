@@ -14,8 +14,7 @@ namespace {
 enum class ItemKind { File, Folder, Link };
 
 ItemKind KindOf(const std::string& path) {
-    const DWORD attributes = ::GetFileAttributesW(WideArgument(path).c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+    if (IsLink(path))
         return ItemKind::Link;
     bool isDirectory = false;
     CheckPathIsDirectory(path, isDirectory);
@@ -27,7 +26,8 @@ class HeldItem {
 public:
     HeldItem(const WideString& path, DWORD shareMode)
         : path_(path), handle_(::CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
-                                             FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
+                                             FILE_FLAG_BACKUP_SEMANTICS, nullptr)),
+          isKnown_(ReadState(size_, lastWrite_)) {}
     HeldItem(const HeldItem&) = delete;
     HeldItem& operator=(const HeldItem&) = delete;
     ~HeldItem() {
@@ -38,41 +38,67 @@ public:
     bool IsClaimed() const { return IsOpen() && Platform::ClaimForMove(handle_) && IsAt(path_); }
     bool IsAt(const WideString& path) const { return Platform::IsItemAt(path.c_str(), handle_); }
     bool DeleteFileAt(const WideString& path) const { return Platform::DeleteFileAt(path.c_str(), handle_); }
+    // Not every program that writes can be kept out, but each leaves its time.
+    bool IsAsOpened() const {
+        LARGE_INTEGER size;
+        FILETIME lastWrite;
+        return isKnown_ && ReadState(size, lastWrite) && size.QuadPart == size_.QuadPart &&
+               lastWrite.dwLowDateTime == lastWrite_.dwLowDateTime &&
+               lastWrite.dwHighDateTime == lastWrite_.dwHighDateTime;
+    }
 
 private:
     bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    bool ReadState(LARGE_INTEGER& size, FILETIME& lastWrite) const {
+        return IsOpen() && ::GetFileSizeEx(handle_, &size) != FALSE &&
+               ::GetFileTime(handle_, nullptr, nullptr, &lastWrite) != FALSE;
+    }
 
     const WideString& path_;
     HANDLE handle_;
+    LARGE_INTEGER size_ = {};
+    FILETIME lastWrite_ = {};
+    bool isKnown_;
 };
 
 // Nobody may write to a file, as what came in behind the copy would go with the source.
 constexpr DWORD shareFile = FILE_SHARE_READ | FILE_SHARE_DELETE;
 constexpr DWORD shareFolder = shareFile | FILE_SHARE_WRITE;
 
+// Asked right after the call that could not take the path. Whoever had it may have gone on since.
+bool WasTaken(const std::string& path) {
+    const DWORD error = ::GetLastError();
+    return error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS || IsTaken(path);
+}
+
 // Makes something beside the destination, under a name that no other process looks for. Gives its path, or the empty
 // text if it could not be made.
 template <typename Make> std::string MakeBeside(const std::string& destination, Make make) {
     const std::string stem = destination.substr(0, destination.find_last_of("\\/:") + 1) + ".vellox-move";
-    for (int number = 1;; ++number) {
+    constexpr int mostNumbers = 100'000;
+    for (int number = 1; number < mostNumbers; ++number) {
         std::string path = stem + std::to_string(number);
+        if (EqualsIgnoringCase(path, destination))
+            continue;
         if (make(path))
             return path;
-        if (!IsTaken(path))
-            return {};
+        if (!WasTaken(path))
+            break;
     }
+    return {};
 }
 
 MoveResult WhyNothingWasMade(const std::string& destination) {
-    return IsTaken(destination) ? MoveResult::DestinationTaken : MoveResult::Failed;
+    return WasTaken(destination) ? MoveResult::DestinationTaken : MoveResult::Failed;
 }
 
 // A name for what is whole; else, or if the name is taken, nothing is left of it.
 MoveResult GiveName(bool isWhole, const std::string& copyPath, const std::string& destination) {
     if (isWhole && ::MoveFileW(WideArgument(copyPath).c_str(), WideArgument(destination).c_str()) != FALSE)
         return MoveResult::Moved;
+    const MoveResult result = isWhole ? WhyNothingWasMade(destination) : MoveResult::Failed;
     DeleteFolderForGood(copyPath);
-    return isWhole ? WhyNothingWasMade(destination) : MoveResult::Failed;
+    return result;
 }
 
 // What is no longer the same was changed or went in part, and then the copy is all there is of it.
@@ -80,8 +106,8 @@ bool IsAllAtItsPlace(const WideString& from, const WideString& to) {
     return Platform::HoldSameTree(from.c_str(), to.c_str());
 }
 
-// As soon as a copy has its name, other processes can move it on and put another item there, so it is known by its
-// handle from then on. The copy is on the disk before the source goes.
+// A copy is whole and on the disk before it gets its name, as the source goes at once then. From its name on, other
+// processes can move it on and put another item there, so it is known by its handle.
 MoveResult MoveFolderByCopy(const std::string& source, const std::string& destination,
                             CopyOfWhatStays copyOfWhatStays) {
     const WideString from = Utf8ToWide(source);
@@ -95,11 +121,10 @@ MoveResult MoveFolderByCopy(const std::string& source, const std::string& destin
     const bool isWhole =
         copy.IsClaimed() && CopyFolderContents(source, copyPath) && Platform::HoldSameTree(from.c_str(), made.c_str());
     Platform::CopyFolderAttributes(from.c_str(), made.c_str());
-    const MoveResult result = GiveName(isWhole, copyPath, destination);
+    const MoveResult result = GiveName(isWhole && Platform::BringToDisk(made.c_str()), copyPath, destination);
     if (result != MoveResult::Moved)
         return result;
-    const bool isRemoved = Platform::BringToDisk(to.c_str()) && original.IsAt(from) &&
-                           Platform::RemoveCopiedTree(from.c_str(), to.c_str());
+    const bool isRemoved = original.IsAt(from) && Platform::RemoveCopiedTree(from.c_str(), to.c_str());
     if (isRemoved || copyOfWhatStays == CopyOfWhatStays::Keep || !IsAllAtItsPlace(from, to))
         return MoveResult::Moved;
     if (copy.IsAt(to))
@@ -117,15 +142,14 @@ MoveResult MoveFileByCopy(const std::string& source, const std::string& destinat
     const std::string copyPath = MakeBeside(
         destination, [&](const std::string& path) { return CopyFileA(source, path, failIfExists, nullptr); });
     const WideString made = Utf8ToWide(copyPath);
+    const bool isOnDisk = Platform::BringToDisk(made.c_str()); // which could not write to a held copy
     const HeldItem copy(made, shareFile);
-    const MoveResult result =
-        GiveName(copy.IsClaimed() && Platform::HoldSameTree(from.c_str(), made.c_str()), copyPath, destination);
+    const bool isWhole = isOnDisk && copy.IsClaimed() && Platform::HoldSameTree(from.c_str(), made.c_str());
+    const MoveResult result = GiveName(isWhole, copyPath, destination);
     if (result != MoveResult::Moved)
         return result;
-    // Not every program that writes can be kept out.
-    const bool isSafe =
-        (Platform::BringToDisk(to.c_str()) && Platform::HoldSameTree(from.c_str(), to.c_str())) || !copy.IsAt(to);
-    if ((isSafe && original.DeleteFileAt(from)) || !original.IsAt(from) || copyOfWhatStays == CopyOfWhatStays::Keep)
+    const bool isRemoved = original.IsAsOpened() && original.DeleteFileAt(from);
+    if (isRemoved || !original.IsAt(from) || copyOfWhatStays == CopyOfWhatStays::Keep)
         return MoveResult::Moved;
     copy.DeleteFileAt(to);
     return MoveResult::Failed;
@@ -136,13 +160,19 @@ MoveResult MoveLinkByCopy(const std::string& source, const std::string& destinat
     const WideString to = Utf8ToWide(destination);
     if (!Platform::CopyLink(from.c_str(), to.c_str()))
         return WhyNothingWasMade(destination);
-    if (::DeleteFileW(from.c_str()) != FALSE || copyOfWhatStays == CopyOfWhatStays::Keep || !IsAllAtItsPlace(from, to))
+    if (Platform::RemoveCopiedLink(from.c_str(), to.c_str()) || copyOfWhatStays == CopyOfWhatStays::Keep ||
+        !IsAllAtItsPlace(from, to))
         return MoveResult::Moved;
-    Platform::RemoveCopiedTree(to.c_str(), from.c_str());
+    Platform::RemoveCopiedLink(to.c_str(), from.c_str());
     return MoveResult::Failed;
 }
 
 } // namespace
+
+bool IsLink(const std::string& path) {
+    const DWORD attributes = ::GetFileAttributesW(WideArgument(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
 
 bool IsTaken(const std::string& path) {
     bool isDirectory = false;

@@ -10,6 +10,8 @@ enum class MoveResult {
     Failed,           // the source is whole at its old place
 };
 
+bool IsLink(const std::string& path);
+
 // True if any entry stands at the path, read on either of the routes by which a move reaches it.
 bool IsTaken(const std::string& path);
 

@@ -70,7 +70,7 @@ std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
 
 // A link on the way to the trash would be moved behind itself; a folder there stays in any case.
 bool LeadsToTrash(const std::string& item, const std::string& name, const std::string& trashFolder) {
-    return trashFolder.find(name) != std::string::npos &&
+    return IsLink(item) &&
            Platform::LiesInFolder(WideArgument(JoinFolder(trashFolder, name)).c_str(), WideArgument(item).c_str());
 }
 

@@ -18,8 +18,10 @@ Injection injection;
 namespace {
 
 bool Strikes(Boundary boundary, const char* name, bool canWait) {
-    if (injection.intruder && std::string_view(name) == injection.intrudesAt)
+    const int error = errno;
+    if (injection.intruder && injection.intrudes(name))
         std::exchange(injection.intruder, nullptr)();
+    errno = error;
     if (injection.boundary != boundary)
         return false;
     const long call = ++injection.calls;

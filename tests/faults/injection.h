@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string_view>
 
 namespace Vellox::Testing {
 
@@ -18,7 +19,7 @@ struct Injection {
     bool couldWait = false;          // whether a signal can interrupt that call
     const char* inherited = nullptr; // a call that made a descriptor which a child process would get
 
-    const char* intrudesAt = ""; // the call in front of which the intruder comes, once
+    std::function<bool(std::string_view)> intrudes = nullptr; // in front of which call the intruder comes, once
     std::function<void()> intruder = nullptr;
 };
 

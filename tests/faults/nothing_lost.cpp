@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "faults/injection.h"
+#include "fileobjects/file.h"
 #include "platform/win32.h"
 #include "support/scratch.h"
 #include "trash/catalogue.h"
@@ -348,19 +349,57 @@ TEST_P(NothingLost, WhereverTheProcessIsKilled) {
     std::cout << points << " points of death\n";
 }
 
+// Whatever becomes of the operation, what another program brings in front of one of its calls stays.
 TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
-    const fs::path take = items / "take.wav";
-    const std::tuple<const char*, fs::path, std::function<void()>> rows[] = {
-        {"syncfs", take, [&] { DeleteFileToRecycleBin(Win32(take), true); }},
-        {"futimens", items / "back/gone/new.wav", [&] { PutBack(Win32(trash / "gone")); }},
+    using Paths = std::vector<fs::path>;
+    const fs::path take = items / "take.wav", link = items / "link", folder = items / song, made = near / "new.wav";
+    const auto write = [](const Paths& paths) { WriteFile(paths[0], "late"); };
+    const auto replace = [this](const Paths& paths) {
+        for (const fs::path& path : paths) {
+            WriteFile(items / "late", "late");
+            fs::rename(items / "late", path);
+        }
     };
-    for (const auto& [call, path, run] : rows) {
-        injection.intrudesAt = call;
-        injection.intruder = [&path = path] { WriteFile(path, "late"); };
-        run();
-        EXPECT_EQ(ReadFile(path) == "late", GetParam()) << path << ": only a copy takes time";
+    QuirnFiles::CFile holder;
+    const auto record = [&](const Paths& paths) {
+        holder.Open(Win32(paths[0]).c_str(), GENERIC_WRITE, 0, CREATE_ALWAYS);
+        holder.Write("late", 4);
+    };
+    const auto trashItem = [](const fs::path& path) { return [=] { DeleteFileToRecycleBin(Win32(path), true); }; };
+    struct Row {
+        std::string_view call;
+        fs::path standing; // before that call
+        std::function<void(const Paths&)> intruder;
+        Paths paths;
+        bool comesOnOneVolumeToo;
+        std::function<void()> run;
+    };
+    const Row rows[] = {
+        // clang-format off
+        {"fstat", trash / "take.wav", write, {take}, true, trashItem(take)},
+        {"renameat2", trash / "take.wav", replace, {take}, false, trashItem(take)},
+        {"renameat2", trash / "link", replace, {link}, false, trashItem(link)},
+        {"renameat2", trash / song, replace, {folder / "a.wav", folder / "sub/b.wav", folder / "link"}, false,
+         trashItem(folder)},
+        {"futimens", "/", write, {items / "back/gone/new.wav"}, false, [&] { PutBack(Win32(trash / "gone")); }},
+        {"copy_file_range", "/", record, {made}, true,
+         [&] { EXPECT_FALSE(CopyFileA(Win32(take), Win32(made), false, nullptr)); }},
+        // clang-format on
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.call) + " for " + row.paths[0].string());
+        injection.intrudes = [&row](std::string_view name) {
+            return name == row.call && fs::exists(fs::symlink_status(row.standing));
+        };
+        injection.intruder = [&row] { row.intruder(row.paths); };
+        row.run();
+        EXPECT_EQ(injection.intruder == nullptr, row.comesOnOneVolumeToo || GetParam());
+        for (const fs::path& path : row.paths)
+            EXPECT_TRUE(injection.intruder != nullptr || ReadFile(path) == "late") << path;
+        injection.intruder = nullptr;
+        holder.Close();
+        Build();
     }
-    injection.intruder = nullptr;
 }
 
 TEST_P(NothingLost, WhereARenameCannotBeToldToRefuse) {
@@ -395,6 +434,22 @@ TEST_P(NothingLost, WhenADeletedFolderBecomesALink) {
     fs::remove_all(bait);
     EXPECT_EQ(Look(), before);
     std::cout << rounds << " folders deleted, swapped " << swaps << " times\n";
+}
+
+TEST_P(NothingLost, WhenProcessesFillTheTrash) {
+    constexpr int processes = 6, takes = 150;
+    for (int process = 0; process < processes; ++process)
+        if (::fork() == 0) {
+            for (int take = 0; take < takes; ++take) {
+                const fs::path item = items / "takes" / std::to_string(process * takes + take);
+                WriteFile(item, item.string());
+                DeleteFileToRecycleBin(Win32(item), false);
+            }
+            ::_exit(0);
+        }
+    for (int status = 0; ::wait(&status) > 0;)
+        EXPECT_EQ(status, 0);
+    EXPECT_TRUE(fs::is_empty(items / "takes")) << "where some have stayed";
 }
 
 // Each process trashes takes of its own, and all put back whatever they find.

@@ -135,14 +135,14 @@ protected:
 TEST_F(TrashTest, GivesBackWhatItTookFromAnyVolume) {
     const std::string rows[][2] = {
         // clang-format off
-        {"a.wav"}, {"Canci\u00F3n \u00F1.wav"}, {"Song"}, {"empty"}, {"Canci\u00F3n \u00F1.Song", withoutCodePage},
+        {"a.wav"}, {".vellox-move1"}, {"Canci\u00F3n \u00F1.wav"}, {"Song"}, {"empty"}, {"Canci\u00F3n \u00F1.Song", withoutCodePage},
         {"to folder", withLinks}, {"dangling", withLinks}, {"*", withLinks},
         // clang-format on
     };
     for (const fs::path& place : {At("place"), OtherVolume() / "place"}) {
         fs::create_directory(place);
         fs::current_path(place);
-        Make({"a.wav", "Canci\u00F3n \u00F1.wav", "empty/"});
+        Make({"a.wav", ".vellox-move1", "Canci\u00F3n \u00F1.wav", "empty/"});
         for (const std::string name : {"Song", "Canci\u00F3n \u00F1.Song"}) {
             const fs::path folder = Utf8Path(name);
             Make({name + "/sub/b", name + "/locked"});
@@ -241,10 +241,11 @@ TEST_F(TrashTest, KeepsTheFolderThatLeadsToTheTrash) {
     if (!HoldsHere(withLinks))
         GTEST_SKIP() << withLinks;
     fs::remove_all(trash);
-    MakeLink(OtherVolume(), trash);
-    for (const fs::path& path : {trash, trash.parent_path()})
+    MakeLink(At("hop"), trash);
+    MakeLink(OtherVolume(), At("hop"));
+    for (const fs::path& path : {trash, trash.parent_path(), At("hop")})
         Trash(Win32(path));
-    EXPECT_TRUE(fs::is_symlink(trash));
+    EXPECT_TRUE(fs::is_symlink(trash) && fs::is_symlink("hop"));
 }
 
 TEST_F(TrashTest, TouchesNothingAtATakenPlace) {

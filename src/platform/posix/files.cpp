@@ -10,6 +10,7 @@
 #include "platform/posix/handles.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/sharing.h"
+#include "platform/posix/system.h"
 #include "platform/posix/win32.h"
 
 using namespace Vellox::Posix;
@@ -121,6 +122,17 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) {
     if (::fstat(descriptor, &status) != 0)
         return static_cast<BOOL>(FailFromErrno());
     size->QuadPart = status.st_size;
+    return TRUE;
+}
+
+BOOL GetFileTime(HANDLE file, FILETIME* /*creation*/, FILETIME* /*lastAccess*/, FILETIME* lastWrite) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    struct stat status;
+    if (::fstat(descriptor, &status) != 0)
+        return static_cast<BOOL>(FailFromErrno());
+    *lastWrite = ToFileTime(status.st_mtim);
     return TRUE;
 }
 

@@ -66,15 +66,30 @@ void KeepFolderAttributes(int folder, const struct stat& status) {
 
 namespace {
 
-bool IsSameItem(Entry entry, HANDLE file) {
-    int descriptor = 0;
+bool IsAt(Entry entry, const struct stat& wanted) {
     struct stat status;
-    struct stat fileStatus;
-    return ToDescriptor(file, descriptor) && ::fstatat(entry.folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-           ::fstat(descriptor, &fileStatus) == 0 && IsSameEntry(status, fileStatus);
+    return ::fstatat(entry.folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) == 0 && IsSameEntry(status, wanted);
+}
+
+bool ReadStatus(HANDLE file, struct stat& status) {
+    int descriptor = 0;
+    return ToDescriptor(file, descriptor) && ::fstat(descriptor, &status) == 0;
 }
 
 } // namespace
+
+bool UnlinkIfSame(Entry entry, const struct stat& wanted) {
+    if (!IsAt(entry, wanted))
+        return Fail(ERROR_FILE_NOT_FOUND);
+    const std::string doomed = NextTemporaryName();
+    if (!RenameIntoFreeName(entry.folder, entry.name, entry.folder, doomed.c_str()))
+        return errno != ENOENT && IsAt(entry, wanted) && ::unlinkat(entry.folder, entry.name, 0) == 0;
+    if (IsAt({entry.folder, doomed.c_str()}, wanted) && ::unlinkat(entry.folder, doomed.c_str(), 0) == 0)
+        return true;
+    RenameIntoFreeName(entry.folder, doomed.c_str(), entry.folder, entry.name);
+    return Fail(ERROR_ACCESS_DENIED);
+}
+
 } // namespace Vellox::Posix
 
 using namespace Vellox::Posix;
@@ -96,25 +111,18 @@ bool Vellox::Platform::ClaimForMove(HANDLE file) {
 
 bool Vellox::Platform::IsItemAt(const WCHAR* path, HANDLE file) {
     const PosixPath place(path);
-    return place.IsValid() && IsSameItem({AT_FDCWD, place.Text()}, file);
+    struct stat status;
+    return place.IsValid() && ReadStatus(file, status) && IsAt({AT_FDCWD, place.Text()}, status);
 }
 
-// Another process can put another file there at any time, but not under a name that it does not know. Where the file
-// cannot take such a name, a look right before has to do.
 bool Vellox::Platform::DeleteFileAt(const WCHAR* path, HANDLE file) {
     const PosixPath posixPath(path);
     Place place;
-    if (!posixPath.IsValid() || !IsItemAt(path, file) || !SplitLastComponent(posixPath.View(), place))
+    struct stat status;
+    if (!posixPath.IsValid() || !SplitLastComponent(posixPath.View(), place) || !ReadStatus(file, status))
         return false;
     const Descriptor folder = Open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    const char* name = place.name.c_str();
-    const std::string doomed = NextTemporaryName();
-    if (!folder || !RenameIntoFreeName(folder.Get(), name, folder.Get(), doomed.c_str()))
-        return ::DeleteFileW(path) != FALSE;
-    if (IsSameItem({folder.Get(), doomed.c_str()}, file) && ::unlinkat(folder.Get(), doomed.c_str(), 0) == 0)
-        return true;
-    RenameIntoFreeName(folder.Get(), doomed.c_str(), folder.Get(), name);
-    return false;
+    return folder && UnlinkIfSame({folder.Get(), place.name.c_str()}, status);
 }
 
 void Vellox::Platform::CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {

@@ -66,4 +66,8 @@ bool TakeSharingLocks(int descriptor, DWORD access, DWORD shareMode) {
     return true;
 }
 
+bool IsBeingWritten(int descriptor) {
+    return IsStatedByOthers(descriptor, WritesFile);
+}
+
 } // namespace Vellox::Posix

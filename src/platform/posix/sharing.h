@@ -9,4 +9,7 @@ namespace Vellox::Posix {
 // the descriptor. Where the file system has no such locks, every open succeeds.
 bool TakeSharingLocks(int descriptor, DWORD access, DWORD shareMode);
 
+// True if another user of this library has the file open to write to it.
+bool IsBeingWritten(int descriptor);
+
 } // namespace Vellox::Posix

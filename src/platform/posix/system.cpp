@@ -59,6 +59,14 @@ bool CreatePrivateFolders(const std::string& path) {
     return ::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST;
 }
 
+FILETIME ToFileTime(const struct timespec& time) {
+    constexpr ULONGLONG ticksPerSecond = 10'000'000;
+    constexpr ULONGLONG secondsFrom1601To1970 = 11'644'473'600;
+    const ULONGLONG ticks = (static_cast<ULONGLONG>(time.tv_sec) + secondsFrom1601To1970) * ticksPerSecond +
+                            static_cast<ULONGLONG>(time.tv_nsec) / 100;
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
 } // namespace Vellox::Posix
 
 using namespace Vellox::Posix;
@@ -93,14 +101,9 @@ DWORD GetModuleFileNameA(HMODULE /*module*/, char* buffer, DWORD capacity) {
 }
 
 void GetSystemTimeAsFileTime(FILETIME* time) {
-    constexpr ULONGLONG ticksPerSecond = 10'000'000;
-    constexpr ULONGLONG secondsFrom1601To1970 = 11'644'473'600;
     struct timespec now {};
     ::clock_gettime(CLOCK_REALTIME, &now);
-    const ULONGLONG ticks = (static_cast<ULONGLONG>(now.tv_sec) + secondsFrom1601To1970) * ticksPerSecond +
-                            static_cast<ULONGLONG>(now.tv_nsec) / 100;
-    time->dwLowDateTime = static_cast<DWORD>(ticks);
-    time->dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+    *time = ToFileTime(now);
 }
 
 BOOL GetVersionExA(OSVERSIONINFOA* version) {

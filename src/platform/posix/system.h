@@ -1,12 +1,17 @@
 #pragma once
 
+#include <ctime>
 #include <string>
+
+#include "platform/posix/win32.h"
 
 namespace Vellox::Posix {
 
 // The folder for the user's application data: $XDG_DATA_HOME, or .local/share in the home folder. Empty if the system
 // tells neither.
 std::string DataFolder();
+
+FILETIME ToFileTime(const struct timespec& time);
 
 // Makes the missing levels of an absolute path, for the user alone. False, with errno set, if that fails.
 bool CreatePrivateFolders(const std::string& path);

@@ -26,6 +26,11 @@ struct Entry {
 // decide.
 bool HoldSameData(Entry first, const struct stat& firstStatus, Entry second, const struct stat& secondStatus);
 
+// Deletes an entry, no folder, if it is the one with that status. Another process can put another one there at any
+// time, but not under a name that it does not know, so it goes under such a name; where it cannot take one, a look
+// right before has to do.
+bool UnlinkIfSame(Entry entry, const struct stat& wanted);
+
 // Opens a folder whose entries are to go, also where its owner has taken the right for that from himself.
 Descriptor OpenFolderToEmpty(Entry entry);
 

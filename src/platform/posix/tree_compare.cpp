@@ -88,7 +88,7 @@ bool IsSameTime(const struct timespec& first, const struct timespec& second) {
 // What is still written is not yet what was copied.
 bool IsBeingWritten(Entry entry) {
     const Descriptor file = OpenToRead(entry);
-    return file && !TakeSharingLocks(file.Get(), GENERIC_READ, FILE_SHARE_READ);
+    return file && Posix::IsBeingWritten(file.Get());
 }
 
 bool HoldSame(Entry first, Entry second, int depth);

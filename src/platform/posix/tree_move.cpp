@@ -23,7 +23,7 @@ bool RemoveIfSame(Entry source, const struct stat& status, Entry copy) {
         return FailFromErrno();
     if (!HoldSameData(source, status, copy, copyStatus))
         return Fail(ERROR_BUSY);
-    return ::unlinkat(source.folder, source.name, 0) == 0 || FailFromErrno();
+    return UnlinkIfSame(source, status);
 }
 
 // Nobody may write from the comparison to the end, as his bytes would end with the file.
@@ -77,11 +77,19 @@ bool Vellox::Platform::RemoveCopiedTree(const WCHAR* source, const WCHAR* copy) 
     return from.IsValid() && to.IsValid() && RemoveCopied({AT_FDCWD, from.Text()}, {AT_FDCWD, to.Text()}, 0);
 }
 
-// One call for the whole volume, instead of one for each file of the tree.
+bool Vellox::Platform::RemoveCopiedLink(const WCHAR* link, const WCHAR* copy) {
+    return RemoveCopiedTree(link, copy);
+}
+
+// For a folder one call for the whole volume, instead of one for each file of the tree.
 bool Vellox::Platform::BringToDisk(const WCHAR* path) {
     const PosixPath place(path);
     if (!place.IsValid())
         return false;
     const Descriptor entry = Open(place.Text(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    return entry && (Retried([&] { return ::syncfs(entry.Get()); }) == 0 || FailWritingFromErrno());
+    struct stat status;
+    if (!entry || ::fstat(entry.Get(), &status) != 0)
+        return FailFromErrno();
+    const auto sync = S_ISDIR(status.st_mode) ? ::syncfs : ::fsync;
+    return Retried([&] { return sync(entry.Get()); }) == 0 || FailWritingFromErrno();
 }

@@ -132,13 +132,21 @@ union ULARGE_INTEGER {
 };
 static_assert(sizeof(LARGE_INTEGER) == 8 && sizeof(ULARGE_INTEGER) == 8);
 
-// OPEN_EXISTING and CREATE_ALWAYS only. A folder does not open, and a FIFO opens for reading without a wait.
+struct FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+
+// OPEN_EXISTING and CREATE_ALWAYS only. A folder opens with FILE_FLAG_BACKUP_SEMANTICS alone, and a FIFO for reading
+// without a wait.
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* security, DWORD disposition,
                    DWORD flags, HANDLE templateFile);
 BOOL ReadFile(HANDLE file, void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped);
 BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped);
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method);
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size);
+// The time of the last writing alone.
+BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* lastAccess, FILETIME* lastWrite);
 BOOL FlushFileBuffers(HANDLE file);
 BOOL CloseHandle(HANDLE handle);
 BOOL DeleteFileW(const WCHAR* path);
@@ -153,11 +161,6 @@ inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
 inline constexpr DWORD FILE_FLAG_BACKUP_SEMANTICS = 0x02000000;
 inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
-
-struct FILETIME {
-    DWORD dwLowDateTime;
-    DWORD dwHighDateTime;
-};
 
 struct WIN32_FILE_ATTRIBUTE_DATA {
     DWORD dwFileAttributes;

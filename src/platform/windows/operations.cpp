@@ -264,12 +264,22 @@ bool RemoveCopied(const Text& source, const Entry& sourceEntry, const Text& copy
     return copied.IsFinished() && Remove(source, ::DeleteFileW);
 }
 
-// What cannot be opened to be written was not written either.
+// Takes a handle that may write, so a read-only mark goes for that time.
+bool FlushFile(const WCHAR* path) {
+    const DWORD attributes = ::GetFileAttributesW(path);
+    const bool isMarked = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    if (isMarked)
+        ::SetFileAttributesW(path, attributes & ~FILE_ATTRIBUTE_READONLY);
+    const File file(path, GENERIC_WRITE);
+    const bool isFlushed = file.IsOpen() && ::FlushFileBuffers(file.Get()) != FALSE;
+    if (isMarked)
+        ::SetFileAttributesW(path, attributes);
+    return isFlushed;
+}
+
 bool Flush(const Text& path, const Entry& entry) {
-    if ((entry.kind & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        const File file(path.c_str(), GENERIC_WRITE);
-        return !file.IsOpen() || ::FlushFileBuffers(file.Get()) != FALSE;
-    }
+    if ((entry.kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        return FlushFile(path.c_str());
     std::vector<Entry> entries;
     return ReadEntries(path, entries) && std::all_of(entries.begin(), entries.end(), [&](const Entry& below) {
                return Flush(path + L'\\' + below.name, below);
@@ -282,6 +292,10 @@ bool ReadRootEntry(const WCHAR* path, Entry& entry) {
         return false;
     entry = MakeEntry({}, data.dwFileAttributes, data.nFileSizeHigh, data.nFileSizeLow);
     return true;
+}
+
+bool IsAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<signed char>(byte) >= 0; });
 }
 
 } // namespace
@@ -300,7 +314,12 @@ int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
         ::SetLastError(ERROR_ALREADY_EXISTS);
         return -1;
     }
-    return std::rename(oldPath, newPath);
+    if (::MoveFileExA(oldPath, newPath, 0) != FALSE)
+        return 0;
+    // To another volume the system copies under the new name itself, where a copy that ends early would look whole.
+    // Only names that are the code page's alone have to go that way.
+    const bool isOtherVolume = ::GetLastError() == ERROR_NOT_SAME_DEVICE;
+    return isOtherVolume && !IsAscii(oldPath) && std::rename(oldPath, newPath) == 0 ? 0 : -1;
 }
 
 int RunShellOperation(SHFILEOPSTRUCTW& operation) {
@@ -350,6 +369,15 @@ bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy) {
     Entry copyEntry;
     return ReadRootEntry(source, sourceEntry) && ReadRootEntry(copy, copyEntry) &&
            RemoveCopied(source, sourceEntry, copy, copyEntry);
+}
+
+bool RemoveCopiedLink(const WCHAR* link, const WCHAR* /*copy*/) {
+    const File doomed(link, DELETE, File::shareAll, FILE_FLAG_OPEN_REPARSE_POINT);
+    BY_HANDLE_FILE_INFORMATION information = {};
+    FILE_DISPOSITION_INFO deletion = {TRUE};
+    return doomed.IsOpen() && ::GetFileInformationByHandle(doomed.Get(), &information) != FALSE &&
+           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           ::SetFileInformationByHandle(doomed.Get(), FileDispositionInfo, &deletion, sizeof deletion) != FALSE;
 }
 
 bool BringToDisk(const WCHAR* path) {
