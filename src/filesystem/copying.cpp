@@ -50,11 +50,11 @@ CopyFileError ClassifyFailure(DWORD error, const std::string& source, const std:
 } // namespace
 
 bool CopyFileA(std::string source, std::string destination, bool failIfExists, CopyFileError* error) {
-    const BOOL copied =
-        ::CopyFileW(WideArgument(source).c_str(), WideArgument(destination).c_str(), static_cast<BOOL>(failIfExists));
-    if (copied == FALSE && error != nullptr)
+    const bool isCopied =
+        Platform::CopyFileInOneStep(WideArgument(source).c_str(), WideArgument(destination).c_str(), failIfExists);
+    if (!isCopied && error != nullptr)
         *error = ClassifyFailure(::GetLastError(), source, destination, failIfExists);
-    return copied != FALSE;
+    return isCopied;
 }
 
 bool CopyFolderContents(const std::string& source, const std::string& destination) {

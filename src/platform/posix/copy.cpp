@@ -15,7 +15,7 @@
 #include "platform/posix/rename.h"
 #include "platform/posix/sharing.h"
 #include "platform/posix/tree.h"
-#include "platform/posix/win32.h"
+#include "platform/win32.h"
 
 namespace Vellox::Posix {
 namespace {
@@ -214,4 +214,9 @@ BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists)
         if (!hasCome || ::lseek(file.Get(), 0, SEEK_SET) != 0)
             return FALSE;
     }
+}
+
+// The call itself keeps to that here.
+bool Vellox::Platform::CopyFileInOneStep(const WCHAR* source, const WCHAR* destination, bool failIfExists) {
+    return ::CopyFileW(source, destination, static_cast<BOOL>(failIfExists)) != FALSE;
 }
