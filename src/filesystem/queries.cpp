@@ -49,9 +49,7 @@ bool IsSymlink(std::string /*path*/) {
 
 bool IsFolderEmpty(std::string pattern) {
     const std::string text(UpToNul(pattern));
-    const std::size_t separator = text.find_last_of("\\/");
-    const std::size_t nameStart = separator == std::string::npos ? 0 : separator + 1;
-    if (text.empty() || text.find_first_of("*?", nameStart) != std::string::npos)
+    if (text.empty() || text.find_first_of("*?", FindLastSeparator(text) + 1) != std::string::npos)
         return !HasMatch(text);
     const DWORD attributes = ::GetFileAttributesW(WideArgument(text).c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES)

@@ -44,7 +44,7 @@ bool NamesShareItself(std::string_view path) {
 std::string_view ItemName(std::string_view path) {
     if (NamesShareItself(path))
         return {};
-    std::string_view name = path.substr(path.find_last_of(separators) + 1);
+    std::string_view name = path.substr(FindLastSeparator(path) + 1);
     const bool startsWithDrive = name.size() == path.size() && name.size() >= 2 && name[1] == ':' && IsLetter(name[0]);
     if (startsWithDrive)
         name.remove_prefix(2);
