@@ -1,5 +1,6 @@
 #include "vellox/trash.h"
 
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -68,9 +69,19 @@ std::string ComposeTrashPath(const std::string& trashFolder, std::string name) {
     return ComposeFreeName(JoinFolder(trashFolder, stem), extension, "", IsTakenInTrash);
 }
 
+// Known while a batch goes on, which ends with the call that saves the catalogue.
+std::optional<bool> batchMeetsLink;
+
+bool HasLinkOnTheWay(const std::string& folder) {
+    for (std::size_t end = folder.size(); end != std::string::npos; end = FindLastSeparator(folder.substr(0, end)))
+        if (IsLink(folder.substr(0, end)))
+            return true;
+    return false;
+}
+
 // A link on the way to the trash would be moved behind itself; a folder there stays in any case.
 bool LeadsToTrash(const std::string& item, const std::string& name, const std::string& trashFolder) {
-    return IsLink(item) &&
+    return batchMeetsLink.value_or(true) && IsLink(item) &&
            Platform::LiesInFolder(WideArgument(JoinFolder(trashFolder, name)).c_str(), WideArgument(item).c_str());
 }
 
@@ -96,6 +107,11 @@ std::string MoveToTrash(const std::string& item, const std::string& trashFolder,
     }
 }
 
+void SaveCatalogue() {
+    trashCatalogue.Save();
+    batchMeetsLink.reset();
+}
+
 } // namespace
 
 std::string GetTrashFolderPath() {
@@ -111,19 +127,21 @@ void DeleteFileToRecycleBin(std::string path, bool updateCatalogueFile) {
         updateCatalogueFile = true;
     if (updateCatalogueFile)
         trashCatalogue.Load(trashFolder);
+    else if (!batchMeetsLink)
+        batchMeetsLink = HasLinkOnTheWay(trashFolder);
     if (!name.empty()) {
         std::string trashPath = MoveToTrash(item, trashFolder, std::string(name));
         trashCatalogue.Add(std::move(trashPath), std::move(path));
     }
     if (updateCatalogueFile)
-        trashCatalogue.Save();
+        SaveCatalogue();
 }
 
 bool CanPutBack(std::string trashPath) {
     trashCatalogue.Load(GetTrashFolderPath());
     std::string restorePath;
     const bool isKnown = trashCatalogue.FindRestorePath(trashPath, restorePath);
-    trashCatalogue.Save();
+    SaveCatalogue();
     return isKnown;
 }
 
@@ -138,7 +156,7 @@ bool PutBack(std::string trashPath) {
         if (isDone)
             trashCatalogue.Remove(trashPath);
     }
-    trashCatalogue.Save();
+    SaveCatalogue();
     return isDone;
 }
 
