@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "frame/text.h"
 #include "scratch.h"
@@ -150,13 +151,14 @@ OUT_OF_LINE std::int32_t RelativePathFloor(std::string& result, const std::strin
     return 1;
 }
 
+// Of this form the compiler makes vector code.
 OUT_OF_LINE bool EqualsLimit(std::string_view first, std::string_view second) {
     if (first.size() != second.size())
         return false;
+    int difference = 0;
     for (std::size_t position = 0; position < first.size(); ++position)
-        if (first[position] != second[position] && FoldCase(first[position]) != FoldCase(second[position]))
-            return false;
-    return true;
+        difference |= FoldCase(first[position]) ^ FoldCase(second[position]);
+    return difference == 0;
 }
 
 OUT_OF_LINE bool IsBelowLimit(std::string_view path, std::string_view folder) {
@@ -165,11 +167,15 @@ OUT_OF_LINE bool IsBelowLimit(std::string_view path, std::string_view folder) {
 }
 
 OUT_OF_LINE bool EqualsFloor(std::string first, std::string second) {
-    return EqualsLimit(first, second);
+    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
+                      [](char one, char other) { return one == other || FoldCase(one) == FoldCase(other); });
 }
 
 OUT_OF_LINE bool IsBelowFloor(std::string path, std::string folder) {
-    return IsBelowLimit(path, folder);
+    if (path.size() <= folder.size() || path[folder.size()] != '\\')
+        return false;
+    path.resize(folder.size());
+    return EqualsFloor(std::move(path), std::move(folder));
 }
 
 OUT_OF_LINE std::size_t RoundTripLimit(std::string_view text, WideChar* wide, char* narrow) {
