@@ -296,6 +296,17 @@ protected:
         return true;
     }
 
+    // To the end of all.
+    static void InProcesses(int count, const std::function<void(int)>& body) {
+        for (int process = 0; process < count; ++process)
+            if (::fork() == 0) {
+                body(process);
+                ::_exit(HasFailure() ? 1 : 0);
+            }
+        for (int status = 0; ::wait(&status) > 0;)
+            EXPECT_EQ(status, 0);
+    }
+
     const fs::path near;
     const fs::path items;
     const fs::path song;
@@ -438,17 +449,13 @@ TEST_P(NothingLost, WhenADeletedFolderBecomesALink) {
 
 TEST_P(NothingLost, WhenProcessesFillTheTrash) {
     constexpr int processes = 6, takes = 150;
-    for (int process = 0; process < processes; ++process)
-        if (::fork() == 0) {
-            for (int take = 0; take < takes; ++take) {
-                const fs::path item = items / "takes" / std::to_string(process * takes + take);
-                WriteFile(item, item.string());
-                DeleteFileToRecycleBin(Win32(item), false);
-            }
-            ::_exit(0);
+    InProcesses(processes, [this](int process) {
+        for (int take = 0; take < takes; ++take) {
+            const fs::path item = items / "takes" / std::to_string(process * takes + take);
+            WriteFile(item, item.string());
+            DeleteFileToRecycleBin(Win32(item), false);
         }
-    for (int status = 0; ::wait(&status) > 0;)
-        EXPECT_EQ(status, 0);
+    });
     EXPECT_TRUE(fs::is_empty(items / "takes")) << "where some have stayed";
 }
 
@@ -464,22 +471,18 @@ TEST_P(NothingLost, WhenProcessesMeetInTheTrash) {
             };
             for (int number = 0; number < processes * takes; ++number)
                 WriteFile(number % 2 == 0 ? item(number) : item(number) / "take.wav", "take " + std::to_string(number));
-            for (int process = 0; process < processes; ++process)
-                if (::fork() == 0) {
-                    for (int turn = 0; turn <= turns; ++turn) {
-                        for (int take = 0; take < takes; ++take)
-                            DeleteFileToRecycleBin(Win32(item(process * takes + take)), true);
-                        std::vector<std::string> names = GetFolderFiles(Win32(trash / "*"));
-                        for (std::string& name : GetFolderSubfolders(Win32(trash / "*")))
-                            names.push_back(std::move(name));
-                        for (const std::string& name : names)
-                            if (turn < turns && CanPutBack(Win32(trash / name)))
-                                PutBack(Win32(trash / name));
-                    }
-                    ::_exit(0);
+            InProcesses(processes, [&](int process) {
+                for (int turn = 0; turn <= turns; ++turn) {
+                    for (int take = 0; take < takes; ++take)
+                        DeleteFileToRecycleBin(Win32(item(process * takes + take)), true);
+                    std::vector<std::string> names = GetFolderFiles(Win32(trash / "*"));
+                    for (std::string& name : GetFolderSubfolders(Win32(trash / "*")))
+                        names.push_back(std::move(name));
+                    for (const std::string& name : names)
+                        if (turn < turns && CanPutBack(Win32(trash / name)))
+                            PutBack(Win32(trash / name));
                 }
-            for (int status = 0; ::wait(&status) > 0;)
-                EXPECT_EQ(status, 0);
+            });
             const Records left = RecordsOf(ReadFile(trash / ".trash.db"));
             ExpectRecords({}, left, false);
             std::map<std::string, int> found;

@@ -12,7 +12,6 @@ namespace Vellox::Testing {
 // A row of a table that can hold on one system only names that system and tells why: "linux: Wine makes no links".
 bool HoldsHere(std::string_view onlyOn);
 
-inline constexpr const char* everywhere = "";
 inline constexpr const char* withLinks = "linux: Wine makes no links";
 inline constexpr const char* withRights = "linux: rights and marks do not bind Wine's root";
 inline constexpr const char* withoutCodePage = "linux: Windows reads narrow text by a code page";
