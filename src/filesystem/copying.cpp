@@ -3,7 +3,7 @@
 #include "filesystem/queries.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
-#include "platform/win32.h"
+#include "platform/operations.h"
 #include "vellox/filesystem.h"
 
 namespace Vellox::FileNames {

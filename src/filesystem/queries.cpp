@@ -3,10 +3,10 @@
 #include <limits>
 
 #include "filesystem/listing.h"
-#include "frame/limits.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
-#include "platform/win32.h"
+#include "platform/limits.h"
+#include "platform/operations.h"
 #include "vellox/filesystem.h"
 #include "vellox/pathtext.h"
 

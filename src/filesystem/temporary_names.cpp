@@ -1,5 +1,5 @@
-#include "frame/limits.h"
 #include "frame/text.h"
+#include "platform/limits.h"
 #include "platform/win32.h"
 #include "vellox/filesystem.h"
 #include "vellox/pathtext.h"

@@ -1,4 +1,4 @@
-#include "frame/limits.h"
+#include "platform/limits.h"
 #include "platform/win32.h"
 #include "vellox/frame.h"
 

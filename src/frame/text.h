@@ -3,7 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "frame/limits.h"
+#include "platform/ascii.h"
+#include "platform/limits.h"
 #include "vellox/frame.h"
 
 // How narrow text reaches the system. Every function takes one of four routes:
@@ -51,11 +52,6 @@ WideString ShellPath(const std::string& path);
 // The text up to its first NUL, which is where the system stops reading.
 inline std::string_view UpToNul(std::string_view text) {
     return text.substr(0, text.find('\0'));
-}
-
-// ASCII alone changes case here, whatever the locale of the host.
-inline char FoldCase(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character + ('a' - 'A')) : character;
 }
 
 bool EqualsIgnoringCase(std::string_view first, std::string_view second);

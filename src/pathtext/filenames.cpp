@@ -1,9 +1,9 @@
 #include "pathtext/filenames.h"
 
-#include "frame/limits.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
 #include "pathtext/split.h"
+#include "platform/limits.h"
 #include "platform/win32.h"
 #include "vellox/pathtext.h"
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "frame/limits.h"
 #include "frame/text.h"
+#include "platform/limits.h"
 #include "platform/win32.h"
 #include "vellox/pathtext.h"
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "frame/limits.h"
 #include "frame/text.h"
 #include "pathtext/filenames.h"
 #include "pathtext/join.h"
+#include "platform/limits.h"
 #include "platform/win32.h"
 #include "vellox/pathtext.h"
 

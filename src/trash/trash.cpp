@@ -9,7 +9,7 @@
 #include "filesystem/queries.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
-#include "platform/win32.h"
+#include "platform/operations.h"
 #include "trash/catalogue.h"
 #include "trash/move.h"
 #include "vellox/filesystem.h"

@@ -17,7 +17,7 @@
 
 #include "faults/injection.h"
 #include "fileobjects/file.h"
-#include "platform/win32.h"
+#include "platform/operations.h"
 #include "support/scratch.h"
 #include "trash/catalogue.h"
 #include "vellox/filesystem.h"

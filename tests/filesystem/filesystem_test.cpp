@@ -5,7 +5,7 @@
 
 #include "filesystem/queries.h"
 #include "frame/text.h"
-#include "platform/win32.h"
+#include "platform/operations.h"
 #include "support/scratch.h"
 #include "vellox/filesystem.h"
 

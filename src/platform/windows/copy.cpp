@@ -1,7 +1,7 @@
 #include <atomic>
 #include <string>
 
-#include "platform/win32.h"
+#include "platform/operations.h"
 
 namespace Vellox::Platform {
 namespace {

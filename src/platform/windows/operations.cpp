@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/win32.h"
+#include "platform/operations.h"
 
 namespace Vellox::Platform {
 namespace {

@@ -5,8 +5,8 @@
 #include <csignal>
 #include <thread>
 
-#include "platform/posix/command_line.h"
-#include "platform/win32.h"
+#include "platform/operations.h"
+#include "platform/posix/calls/command_line.h"
 #include "support/scratch.h"
 #include "vellox/filesystem.h"
 #include "vellox/frame.h"

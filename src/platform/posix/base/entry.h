@@ -1,0 +1,45 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <string>
+#include <string_view>
+
+namespace Vellox::Posix {
+
+// A name in an open folder.
+struct Entry {
+    int folder;
+    const char* name;
+};
+
+inline bool IsSameEntry(const struct stat& first, const struct stat& second) {
+    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+inline bool IsDotName(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+// The read-only mark: nobody may write the file.
+inline bool IsReadOnly(const struct stat& status) {
+    return S_ISREG(status.st_mode) && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+}
+
+// A name in front of which no other program stands: whatever this library prepares, or is about to delete, has it for
+// that time.
+std::string NextTemporaryName();
+
+// True if the entry that now has the name is the one with that status.
+bool IsAt(Entry entry, const struct stat& wanted);
+
+// Deletes an entry, no folder, if it is the one with that status. Another process can put another one there at any
+// time, but not under a name that it does not know, so it goes under such a name; where it cannot take one, a look
+// right before has to do.
+bool UnlinkIfSame(Entry entry, const struct stat& wanted);
+
+// True if the path is that folder or would stand below it, whatever links lead there, or leads through it.
+bool LiesInFolder(const std::string& path, const struct stat& folder);
+
+} // namespace Vellox::Posix

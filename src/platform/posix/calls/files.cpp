@@ -1,0 +1,168 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+
+#include "platform/posix/base/descriptor.h"
+#include "platform/posix/base/entry.h"
+#include "platform/posix/base/errors.h"
+#include "platform/posix/base/handles.h"
+#include "platform/posix/base/paths.h"
+#include "platform/posix/base/rename.h"
+#include "platform/posix/base/sharing.h"
+#include "platform/posix/base/times.h"
+#include "platform/posix/win32.h"
+
+using namespace Vellox::Posix;
+
+namespace {
+
+// O_NONBLOCK keeps the open of a FIFO from waiting, and that of a file which another program has leased.
+int OpenFlags(DWORD access, DWORD disposition) {
+    const int mode = (access & GENERIC_WRITE) != 0 ? O_RDWR : O_RDONLY;
+    return mode | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (disposition == CREATE_ALWAYS ? O_CREAT : 0);
+}
+
+// What is written to a FIFO would be gone, and a mark against writing binds even those that no right binds.
+bool MayBeOpened(const struct stat& status, DWORD access, DWORD flags) {
+    if (S_ISDIR(status.st_mode))
+        return (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
+    return (access & GENERIC_WRITE) == 0 || (!S_ISFIFO(status.st_mode) && !IsReadOnly(status));
+}
+
+// The file is emptied only when nobody stands against it. What it held before that says nothing: someone may have
+// written since.
+bool EmptyFile(int descriptor, const struct stat& status) {
+    if (!S_ISREG(status.st_mode))
+        return true;
+    return Retried([&] { return ::ftruncate(descriptor, 0); }) == 0 || FailFromErrno();
+}
+
+Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD disposition, DWORD flags) {
+    Descriptor file = Open(path.Text(), OpenFlags(access, disposition), 0666);
+    struct stat status;
+    if (!file || ::fstat(file.Get(), &status) != 0) {
+        FailFromErrno();
+        return {};
+    }
+    if (!MayBeOpened(status, access, flags)) {
+        Fail(ERROR_ACCESS_DENIED);
+        return {};
+    }
+    if (!TakeSharingLocks(file.Get(), access, shareMode))
+        return {};
+    if (disposition == CREATE_ALWAYS && !EmptyFile(file.Get(), status))
+        return {};
+    return file;
+}
+
+} // namespace
+
+HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* /*security*/,
+                   DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
+    const PosixPath place(path);
+    if (!place.IsValid())
+        return INVALID_HANDLE_VALUE;
+    Descriptor file = OpenFile(place, access, shareMode, disposition, flags);
+    return file ? ToHandle(std::move(file)) : INVALID_HANDLE_VALUE;
+}
+
+BOOL ReadFile(HANDLE file, void* data, DWORD count, DWORD* done, OVERLAPPED* /*overlapped*/) {
+    *done = 0;
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    while (*done < count) {
+        char* position = static_cast<char*>(data) + *done;
+        const ssize_t read = Retried([&] { return ::read(descriptor, position, count - *done); });
+        if (read < 0)
+            return static_cast<BOOL>(FailFromErrno());
+        if (read == 0)
+            break;
+        *done += static_cast<DWORD>(read);
+    }
+    return TRUE;
+}
+
+BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPPED* /*overlapped*/) {
+    *done = 0;
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    while (*done < count) {
+        const char* position = static_cast<const char*>(data) + *done;
+        const ssize_t written = Retried([&] { return ::write(descriptor, position, count - *done); });
+        if (written < 0)
+            return static_cast<BOOL>(FailWritingFromErrno());
+        *done += static_cast<DWORD>(written);
+    }
+    return TRUE;
+}
+
+BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    const int origins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+    if (method > FILE_END)
+        return static_cast<BOOL>(Fail(ERROR_INVALID_PARAMETER));
+    const off_t result = ::lseek(descriptor, distance.QuadPart, origins[method]);
+    if (result < 0)
+        return static_cast<BOOL>(errno == EINVAL ? Fail(ERROR_NEGATIVE_SEEK) : FailFromErrno());
+    if (position != nullptr)
+        position->QuadPart = result;
+    return TRUE;
+}
+
+BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    struct stat status;
+    if (::fstat(descriptor, &status) != 0)
+        return static_cast<BOOL>(FailFromErrno());
+    size->QuadPart = status.st_size;
+    return TRUE;
+}
+
+BOOL GetFileTime(HANDLE file, FILETIME* /*creation*/, FILETIME* /*lastAccess*/, FILETIME* lastWrite) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    struct stat status;
+    if (::fstat(descriptor, &status) != 0)
+        return static_cast<BOOL>(FailFromErrno());
+    *lastWrite = ToFileTime(status.st_mtim);
+    return TRUE;
+}
+
+BOOL FlushFileBuffers(HANDLE file) {
+    int descriptor = 0;
+    if (!ToDescriptor(file, descriptor))
+        return FALSE;
+    return static_cast<BOOL>(Retried([&] { return ::fsync(descriptor); }) == 0 || FailWritingFromErrno());
+}
+
+// The descriptor is gone also if close reports a failure, so it is never closed twice.
+BOOL CloseHandle(HANDLE handle) {
+    int descriptor = 0;
+    if (!ToDescriptor(handle, descriptor))
+        return FALSE;
+    return static_cast<BOOL>(::close(descriptor) == 0 || errno == EINTR || FailFromErrno());
+}
+
+BOOL DeleteFileW(const WCHAR* path) {
+    const PosixPath place(path);
+    if (!place.IsValid())
+        return FALSE;
+    return static_cast<BOOL>(::unlink(place.Text()) == 0 || FailFromErrno());
+}
+
+BOOL MoveFileW(const WCHAR* path, const WCHAR* newPath) {
+    const PosixPath from(path);
+    const PosixPath to(newPath);
+    return static_cast<BOOL>(from.IsValid() && to.IsValid() &&
+                             (RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) || FailFromErrno()));
+}

@@ -1,0 +1,148 @@
+#include "platform/operations.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/posix/base/descriptor.h"
+#include "platform/posix/base/entry.h"
+#include "platform/posix/base/errors.h"
+#include "platform/posix/base/handles.h"
+#include "platform/posix/base/paths.h"
+#include "platform/posix/base/rename.h"
+#include "platform/posix/trees/attributes.h"
+#include "platform/posix/trees/compare.h"
+#include "platform/posix/trees/copy_tree.h"
+#include "platform/posix/trees/remove_copied.h"
+
+namespace Vellox::Platform {
+namespace {
+
+using Posix::Descriptor;
+using Posix::Place;
+using Posix::PosixPath;
+
+bool ReadStatus(HANDLE file, struct stat& status) {
+    int descriptor = 0;
+    return Posix::ToDescriptor(file, descriptor) && ::fstat(descriptor, &status) == 0;
+}
+
+} // namespace
+
+// glibc makes the faccessat2 call of Linux 5.8 for these flags. A seccomp filter that is older than that call, as a
+// container may still have one, refuses it with EPERM; that says nothing about the path, so lstat is asked instead.
+bool HasAttributes(std::u16string_view path) {
+    const PosixPath place(path);
+    if (!place.IsValid())
+        return false;
+    if (::faccessat(AT_FDCWD, place.Text(), F_OK, AT_SYMLINK_NOFOLLOW | AT_EACCESS) == 0)
+        return true;
+    struct stat status;
+    return (errno == EPERM && ::lstat(place.Text(), &status) == 0) || Posix::FailFromErrno();
+}
+
+int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
+    const PosixPath from(oldPath);
+    const PosixPath to(newPath);
+    if (!from.IsValid() || !to.IsValid())
+        return -1;
+    return Posix::RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) || Posix::FailFromErrno() ? 0 : -1;
+}
+
+// The stand-in's CopyFileW keeps to that by itself.
+bool CopyFileInOneStep(const WCHAR* source, const WCHAR* destination, bool failIfExists) {
+    return ::CopyFileW(source, destination, static_cast<BOOL>(failIfExists)) != FALSE;
+}
+
+int RunShellOperation(SHFILEOPSTRUCTW& operation) {
+    return ::SHFileOperationW(&operation);
+}
+
+bool CopyLink(const WCHAR* link, const WCHAR* newLink) {
+    const PosixPath from(link);
+    const PosixPath to(newLink);
+    Place place;
+    if (!from.IsValid() || !to.IsValid() || !Posix::SplitLastComponent(to.View(), place))
+        return false;
+    const Descriptor folder = Posix::OpenPlace(place.folder.c_str());
+    struct stat status;
+    if (!folder || ::lstat(from.Text(), &status) != 0)
+        return Posix::FailFromErrno();
+    return Posix::CopyLink({AT_FDCWD, from.Text()}, status, {folder.Get(), place.name.c_str()},
+                           Posix::Existing::Refuse);
+}
+
+bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
+    const PosixPath place(path);
+    const PosixPath folderPlace(folder);
+    struct stat status;
+    return place.IsValid() && folderPlace.IsValid() && ::stat(folderPlace.Text(), &status) == 0 &&
+           Posix::LiesInFolder(place.Text(), status);
+}
+
+bool HoldSameTree(const WCHAR* source, const WCHAR* copy) {
+    const PosixPath from(source);
+    const PosixPath to(copy);
+    return from.IsValid() && to.IsValid() && Posix::HoldSameTree({AT_FDCWD, from.Text()}, {AT_FDCWD, to.Text()});
+}
+
+bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy) {
+    const PosixPath from(source);
+    const PosixPath to(copy);
+    return from.IsValid() && to.IsValid() && Posix::RemoveCopied({AT_FDCWD, from.Text()}, {AT_FDCWD, to.Text()});
+}
+
+bool RemoveCopiedLink(const WCHAR* link, const WCHAR* copy) {
+    return RemoveCopiedTree(link, copy);
+}
+
+// A file system without flock says so with another error than EWOULDBLOCK, and moves there have to do without.
+bool ClaimForMove(HANDLE item) {
+    int descriptor = 0;
+    return Posix::ToDescriptor(item, descriptor) &&
+           (Posix::Retried([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0 || errno != EWOULDBLOCK ||
+            Posix::Fail(ERROR_SHARING_VIOLATION));
+}
+
+bool IsItemAt(const WCHAR* path, HANDLE item) {
+    const PosixPath place(path);
+    struct stat status;
+    return place.IsValid() && ReadStatus(item, status) && Posix::IsAt({AT_FDCWD, place.Text()}, status);
+}
+
+bool DeleteFileAt(const WCHAR* path, HANDLE file) {
+    const PosixPath posixPath(path);
+    Place place;
+    struct stat status;
+    if (!posixPath.IsValid() || !Posix::SplitLastComponent(posixPath.View(), place) || !ReadStatus(file, status))
+        return false;
+    const Descriptor folder = Posix::OpenPlace(place.folder.c_str());
+    return folder && Posix::UnlinkIfSame({folder.Get(), place.name.c_str()}, status);
+}
+
+// For a folder syncfs writes the whole volume in one call, instead of an fsync for each file of the tree.
+bool BringToDisk(const WCHAR* path) {
+    const PosixPath place(path);
+    if (!place.IsValid())
+        return false;
+    const Descriptor entry = Posix::Open(place.Text(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat status;
+    if (!entry || ::fstat(entry.Get(), &status) != 0)
+        return Posix::FailFromErrno();
+    const auto sync = S_ISDIR(status.st_mode) ? ::syncfs : ::fsync;
+    return Posix::Retried([&] { return sync(entry.Get()); }) == 0 || Posix::FailWritingFromErrno();
+}
+
+void CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
+    const PosixPath source(from);
+    const PosixPath destination(to);
+    struct stat status;
+    if (!source.IsValid() || !destination.IsValid() || ::stat(source.Text(), &status) != 0)
+        return;
+    const Descriptor folder = Posix::Open(destination.Text(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (folder)
+        Posix::KeepFolderAttributes(folder.Get(), status);
+}
+
+} // namespace Vellox::Platform
