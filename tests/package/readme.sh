@@ -1,10 +1,10 @@
 #!/bin/sh
 # Holds the README against an installed library: its ten lines, built by its own commands, its lines and its picture of
 # the demo, and its table of functions.
-# usage: check-readme PREFIX
+# usage: readme.sh PREFIX
 set -eu
 prefix=$(realpath "$1")
-sources=$(realpath "$(dirname "$0")/..")
+sources=$(realpath "$(dirname "$0")/../..")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"

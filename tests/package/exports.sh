@@ -1,6 +1,6 @@
 #!/bin/sh
 # Compares what a library exports, weak symbols included, with the committed list.
-# usage: check-exports LIBRARY LIST
+# usage: exports.sh LIBRARY LIST
 set -eu
 library=$1
 list=$2

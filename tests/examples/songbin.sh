@@ -1,10 +1,10 @@
 #!/bin/sh
 # Looks at what songbin shows: JSON that is valid whatever a name holds, colours for terminals only, errors that name the
 # path, and a manual page and a completion that know every command.
-# usage: check-songbin PROGRAM
+# usage: songbin.sh PROGRAM
 set -eu
 songbin=$(realpath "$1")
-sources=$(realpath "$(dirname "$0")/../examples/songbin")
+sources=$(realpath "$(dirname "$0")/../../examples/songbin")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"

@@ -2,10 +2,10 @@
 # Installs the built library into a fresh place, moves it, and builds and runs projects outside of the tree against it:
 # through find_package and through pkg-config, with each compiler, and the README's ten lines as they stand there. Then
 # makes the Debian packages, installs them into an empty root and removes them again.
-# usage: check-package BUILD_FOLDER
+# usage: install.sh BUILD_FOLDER
 set -eu
 build=$(realpath "$1")
-sources=$(realpath "$(dirname "$0")/..")
+sources=$(realpath "$(dirname "$0")/../..")
 consumer=$sources/examples/consumer
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -40,7 +40,7 @@ echo take >"A Folder/take.wav"
 first_hour/first_hour "A Folder/"
 [ "$(cat "A Folder/take.wav")" = take ]
 
-"$sources/tools/check-readme" "$work/moved"
+"$sources/tests/package/readme.sh" "$work/moved"
 
 (cd "$build" && cpack -B "$work/packages" >/dev/null)
 mkdir -p root/var/lib/dpkg/updates root/var/lib/dpkg/info root/var/lib/dpkg/triggers
