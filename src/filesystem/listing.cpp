@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "frame/text.h"
-#include "platform/win32.h"
+#include "platform/guard.h"
 #include "vellox/filesystem.h"
 
 namespace Vellox::FileNames {
@@ -14,15 +14,9 @@ namespace {
 class Search {
 public:
     explicit Search(const std::string& pattern) : handle_(::FindFirstFileW(WideArgument(pattern).c_str(), &match_)) {}
-    Search(const Search&) = delete;
-    Search& operator=(const Search&) = delete;
-    ~Search() {
-        if (FoundSomething())
-            ::FindClose(handle_);
-    }
 
-    bool FoundSomething() const { return handle_ != INVALID_HANDLE_VALUE; }
-    bool Next() { return ::FindNextFileW(handle_, &match_) != FALSE; }
+    bool FoundSomething() const { return static_cast<bool>(handle_); }
+    bool Next() { return ::FindNextFileW(handle_.Get(), &match_) != FALSE; }
 
     const WideChar* Name() const { return match_.cFileName; }
     EntryKind Kind() const {
@@ -35,7 +29,7 @@ public:
 
 private:
     WIN32_FIND_DATAW match_;
-    HANDLE handle_;
+    SearchHandle handle_;
 };
 
 std::vector<std::string> List(const std::string& pattern, EntryKind kind) {

@@ -5,6 +5,7 @@
 #include "filesystem/listing.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
+#include "platform/guard.h"
 #include "platform/limits.h"
 #include "platform/operations.h"
 #include "vellox/filesystem.h"
@@ -13,12 +14,9 @@
 namespace Vellox::FileNames {
 
 bool CheckFileExists(const std::string& path) {
-    HANDLE file = ::CreateFileW(WideArgument(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return false;
-    ::CloseHandle(file);
-    return true;
+    const FileHandle file(::CreateFileW(WideArgument(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return static_cast<bool>(file);
 }
 
 bool CheckFolderExists(const std::string& path) {

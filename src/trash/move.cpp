@@ -5,6 +5,7 @@
 #include "filesystem/copying.h"
 #include "filesystem/queries.h"
 #include "frame/text.h"
+#include "platform/guard.h"
 #include "platform/operations.h"
 #include "vellox/filesystem.h"
 
@@ -28,16 +29,10 @@ public:
         : path_(path), handle_(::CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
                                              FILE_FLAG_BACKUP_SEMANTICS, nullptr)),
           isKnown_(ReadState(size_, lastWrite_)) {}
-    HeldItem(const HeldItem&) = delete;
-    HeldItem& operator=(const HeldItem&) = delete;
-    ~HeldItem() {
-        if (IsOpen())
-            ::CloseHandle(handle_);
-    }
     // Other moves that copy keep away from a claimed item.
-    bool IsClaimed() const { return IsOpen() && Platform::ClaimForMove(handle_) && IsAt(path_); }
-    bool IsAt(const WideString& path) const { return Platform::IsItemAt(path.c_str(), handle_); }
-    bool DeleteFileAt(const WideString& path) const { return Platform::DeleteFileAt(path.c_str(), handle_); }
+    bool IsClaimed() const { return handle_ && Platform::ClaimForMove(handle_.Get()) && IsAt(path_); }
+    bool IsAt(const WideString& path) const { return Platform::IsItemAt(path.c_str(), handle_.Get()); }
+    bool DeleteFileAt(const WideString& path) const { return Platform::DeleteFileAt(path.c_str(), handle_.Get()); }
     // Not every program that writes can be kept out, but each leaves its time.
     bool IsAsOpened() const {
         LARGE_INTEGER size;
@@ -48,14 +43,13 @@ public:
     }
 
 private:
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
     bool ReadState(LARGE_INTEGER& size, FILETIME& lastWrite) const {
-        return IsOpen() && ::GetFileSizeEx(handle_, &size) != FALSE &&
-               ::GetFileTime(handle_, nullptr, nullptr, &lastWrite) != FALSE;
+        return handle_ && ::GetFileSizeEx(handle_.Get(), &size) != FALSE &&
+               ::GetFileTime(handle_.Get(), nullptr, nullptr, &lastWrite) != FALSE;
     }
 
     const WideString& path_;
-    HANDLE handle_;
+    FileHandle handle_;
     LARGE_INTEGER size_ = {};
     FILETIME lastWrite_ = {};
     bool isKnown_;

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/guard.h"
 #include "platform/operations.h"
 
 namespace Vellox::Platform {
@@ -58,18 +59,12 @@ public:
     explicit File(const WCHAR* path, DWORD access = FILE_READ_ATTRIBUTES, DWORD shareMode = shareAll, DWORD flags = 0)
         : handle_(::CreateFileW(path, access, shareMode, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags,
                                 nullptr)) {}
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    ~File() {
-        if (IsOpen())
-            ::CloseHandle(handle_);
-    }
 
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-    HANDLE Get() const { return handle_; }
+    bool IsOpen() const { return static_cast<bool>(handle_); }
+    HANDLE Get() const { return handle_.Get(); }
 
 private:
-    HANDLE handle_;
+    FileHandle handle_;
 };
 
 bool IsSameEntry(const BY_HANDLE_FILE_INFORMATION& first, const BY_HANDLE_FILE_INFORMATION& second) {
@@ -136,16 +131,15 @@ bool IsFolder(const Text& path) {
 
 bool ReadEntries(const Text& folder, std::vector<Entry>& entries) {
     WIN32_FIND_DATAW match;
-    HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &match);
-    if (search == INVALID_HANDLE_VALUE)
+    const SearchHandle search(::FindFirstFileW((folder + L"\\*").c_str(), &match));
+    if (!search)
         return false;
     do {
         const Text name = match.cFileName;
         if (name != L"." && name != L"..")
             entries.push_back(MakeEntry(name, match.dwFileAttributes, match.nFileSizeHigh, match.nFileSizeLow));
-    } while (::FindNextFileW(search, &match) != FALSE);
+    } while (::FindNextFileW(search.Get(), &match) != FALSE);
     const bool isWhole = ::GetLastError() == ERROR_NO_MORE_FILES;
-    ::FindClose(search);
     std::sort(entries.begin(), entries.end(),
               [](const Entry& one, const Entry& other) { return one.name < other.name; });
     return isWhole;

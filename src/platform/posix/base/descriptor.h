@@ -4,37 +4,34 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <memory>
-#include <utility>
-
+#include "platform/guard.h"
 #include "platform/posix/base/errors.h"
 
 namespace Vellox::Posix {
 
-// Owns a file descriptor; -1 is none.
-class Descriptor {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
+// What closes a descriptor keeps errno, as the caller has yet to tell why the work ended.
+struct DescriptorTraits {
+    using Value = int;
+    static int None() { return -1; }
+    static void GiveBack(int descriptor) {
+        const int error = errno;
+        ::close(descriptor);
+        errno = error;
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number_ >= 0)
-            ::close(number_);
-    }
-
-    explicit operator bool() const { return number_ >= 0; }
-    int Get() const { return number_; }
-    int Release() { return std::exchange(number_, -1); }
-
-private:
-    int number_ = -1;
 };
+using Descriptor = Guard<DescriptorTraits>;
+
+struct FolderTraits {
+    using Value = DIR*;
+    static DIR* None() { return nullptr; }
+    static void GiveBack(DIR* folder) {
+        const int error = errno;
+        ::closedir(folder);
+        errno = error;
+    }
+};
+// An open folder whose entries are listed.
+using Folder = Guard<FolderTraits>;
 
 // No signal keeps a file from being opened.
 inline Descriptor Open(const char* path, int flags, mode_t mode = 0) {
@@ -52,10 +49,5 @@ inline Descriptor OpenPlaceAt(int folder, const char* name, Links links) {
 inline Descriptor OpenPlace(const char* path) {
     return OpenPlaceAt(AT_FDCWD, path, Links::Follow);
 }
-
-struct CloseFolder {
-    void operator()(DIR* folder) const { ::closedir(folder); }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
 
 } // namespace Vellox::Posix

@@ -96,11 +96,11 @@ void FillMatch(WIN32_FIND_DATAW& match, DWORD attributes, std::string_view name)
 }
 
 bool DeliverNext(const Search& search, WIN32_FIND_DATAW& match) {
-    if (search.folder == nullptr)
+    if (!search.folder)
         return Fail(ERROR_NO_MORE_FILES);
-    const int folder = ::dirfd(search.folder.get());
+    const int folder = ::dirfd(search.folder.Get());
     errno = 0;
-    while (const dirent* entry = ::readdir(search.folder.get())) {
+    while (const dirent* entry = ::readdir(search.folder.Get())) {
         const std::string_view name = entry->d_name;
         if (!Matches(name, search))
             continue;
@@ -123,8 +123,8 @@ bool StartSearch(std::string_view path, Search& search, WIN32_FIND_DATAW& match)
     }
     search.pattern = place.name;
     search.isTail = place.name.find_last_of("*?") == 0 && place.name[0] == '*';
-    search.folder.reset(::opendir(place.folder.c_str()));
-    if (search.folder == nullptr)
+    search.folder = Folder(::opendir(place.folder.c_str()));
+    if (!search.folder)
         return FailFromErrno();
     return DeliverNext(search, match) || (GetLastError() == ERROR_NO_MORE_FILES && Fail(ERROR_FILE_NOT_FOUND));
 }

@@ -23,11 +23,11 @@ bool ReadNames(Entry entry, Descriptor& opened, std::vector<std::string>& names)
     opened = OpenAt(entry.folder, entry.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     Descriptor listed(opened ? ::fcntl(opened.Get(), F_DUPFD_CLOEXEC, 0) : -1);
     const Folder listing(listed ? ::fdopendir(listed.Get()) : nullptr);
-    if (listing == nullptr)
+    if (!listing)
         return false;
     listed.Release();
     errno = 0;
-    while (const dirent* found = ::readdir(listing.get()))
+    while (const dirent* found = ::readdir(listing.Get()))
         if (!IsDotName(found->d_name))
             names.emplace_back(found->d_name);
     const bool isWhole = errno == 0;

@@ -78,7 +78,7 @@ struct Destination {
 Folder OpenSource(Entry entry, int flags, struct stat& status) {
     Descriptor opened = OpenAt(entry.folder, entry.name, folderFlags | flags);
     Folder listing(opened && ::fstat(opened.Get(), &status) == 0 ? ::fdopendir(opened.Get()) : nullptr);
-    if (listing == nullptr)
+    if (!listing)
         FailFromErrno();
     else
         opened.Release();
@@ -131,13 +131,13 @@ bool CopyFolderTo(DIR* listing, const struct stat& status, Entry to, int flags, 
 bool CopySubfolder(Entry from, Destination parent, int depth) {
     struct stat status;
     const Folder listing = OpenSource(from, O_NOFOLLOW, status);
-    if (listing == nullptr)
+    if (!listing)
         return false;
     const Entry to{parent.folder, from.name};
     if (!parent.isUnnamed)
-        return CopyFolderTo(listing.get(), status, to, O_NOFOLLOW, parent.source, depth);
+        return CopyFolderTo(listing.Get(), status, to, O_NOFOLLOW, parent.source, depth);
     return (::mkdirat(to.folder, to.name, 0700) == 0 || FailWritingFromErrno()) &&
-           FillNewFolder(listing.get(), status, to, parent.source, depth);
+           FillNewFolder(listing.Get(), status, to, parent.source, depth);
 }
 
 bool CopyOverExisting(Entry from, const struct stat& status, Entry to) {
@@ -199,15 +199,15 @@ bool CopyLink(Entry from, const struct stat& status, Entry to, Existing existing
 bool CopyTreeContents(const std::string& source, const std::string& destination) {
     struct stat status;
     const Folder listing = OpenSource({AT_FDCWD, source.c_str()}, 0, status);
-    if (listing == nullptr)
+    if (!listing)
         return false;
     if (LiesInFolder(destination, status))
         return Fail(ERROR_SHARING_VIOLATION);
     Place place;
     if (!SplitLastComponent(destination, place))
-        return CopyFolderTo(listing.get(), status, {AT_FDCWD, destination.c_str()}, 0, status, 0);
+        return CopyFolderTo(listing.Get(), status, {AT_FDCWD, destination.c_str()}, 0, status, 0);
     const Descriptor parent = OpenPlace(place.folder.c_str());
-    return parent ? CopyFolderTo(listing.get(), status, {parent.Get(), place.name.c_str()}, 0, status, 0)
+    return parent ? CopyFolderTo(listing.Get(), status, {parent.Get(), place.name.c_str()}, 0, status, 0)
                   : FailFromErrno();
 }
 

@@ -36,14 +36,14 @@ bool DeleteFolder(int parent, const char* name, int depth) {
         return Fail(ERROR_FILENAME_EXCED_RANGE);
     Descriptor folder = OpenFolderToEmpty({parent, name});
     const Folder listing(folder ? ::fdopendir(folder.Get()) : nullptr);
-    if (listing == nullptr) {
+    if (!listing) {
         // An empty folder goes even if it may not be read.
         const DWORD error = ErrorFromErrno(errno);
         return ::unlinkat(parent, name, AT_REMOVEDIR) == 0 || Fail(error);
     }
     folder.Release();
     bool remaining = false;
-    while (DeleteListed(listing.get(), remaining, depth + 1) > 0 && !remaining) {
+    while (DeleteListed(listing.Get(), remaining, depth + 1) > 0 && !remaining) {
         if (::unlinkat(parent, name, AT_REMOVEDIR) == 0)
             return true;
     }

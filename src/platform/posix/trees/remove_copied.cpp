@@ -43,12 +43,12 @@ bool RemoveCopiedFolder(Entry source, Entry copy, int depth) {
     Descriptor opened = OpenFolderToEmpty(source);
     const Descriptor copyFolder = OpenPlaceAt(copy.folder, copy.name, Links::Refuse);
     const Folder listing(opened && copyFolder ? ::fdopendir(opened.Get()) : nullptr);
-    if (listing == nullptr)
+    if (!listing)
         return FailFromErrno();
     const int folder = opened.Release();
     // All names at first, as a file system may pass over entries while others go.
     std::vector<std::string> names;
-    while (const dirent* found = ::readdir(listing.get()))
+    while (const dirent* found = ::readdir(listing.Get()))
         if (!IsDotName(found->d_name))
             names.emplace_back(found->d_name);
     bool isGone = true;
