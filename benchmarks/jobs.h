@@ -20,17 +20,37 @@ namespace fs = std::filesystem;
 //   peer     the nearest that any reader has
 enum class Role { Limit, Floor, Library, Peer };
 
+using Action = std::function<void()>;
+
 struct Variant {
     std::string job;
     Role role;
     std::string how;
-    std::size_t items;           // operations in one run
-    std::function<void()> run;   // what is measured
-    std::function<void()> setUp; // once before the runs of a measurement, if there is anything to do
-    std::function<void()> renew; // before every run, outside of the measurement; such a run is measured by itself
+    std::size_t items; // operations in one run
+    Action run;        // what is measured
+    Action setUp;      // once before the runs of a measurement, if there is anything to do
+    Action renew;      // before every run, outside of the measurement; such a run is measured by itself
 };
 
 using Variants = std::vector<Variant>;
+
+// What the ways of one job share.
+class Job {
+public:
+    Job(Variants& variants, std::string name, std::size_t items, Action setUp = {}, Action renew = {})
+        : variants_(variants), name_(std::move(name)), items_(items), setUp_(std::move(setUp)),
+          renew_(std::move(renew)) {}
+    void Add(Role role, const char* how, Action run) const {
+        variants_.push_back({name_, role, how, items_, std::move(run), setUp_, renew_});
+    }
+
+private:
+    Variants& variants_;
+    std::string name_;
+    std::size_t items_;
+    Action setUp_;
+    Action renew_;
+};
 
 struct Sizes {
     std::size_t listed;       // names in the folder that is listed
@@ -45,16 +65,17 @@ struct Sizes {
 
 void AddPathText(Variants& variants);
 void AddFiles(Variants& variants, const Sizes& sizes);
-void AddTrees(Variants& variants, const Sizes& sizes);
 void AddTrash(Variants& variants, const Sizes& sizes);
 
-fs::path CatalogueFile();
-
 // The library's part of the jobs whose cost grows with a size.
-Variant ListByLibrary(std::string job, std::size_t files);
-Variant CopyTreeByLibrary(std::string job, std::size_t files);
-Variant DeleteTreeByLibrary(std::string job, std::size_t files);
-Variant TrashByLibrary(std::string job, std::size_t files);
-Variant AskCatalogueByLibrary(std::string job, std::size_t records);
+void AddFilesOfSize(Variants& variants, std::size_t size);
+void AddTrashOfSize(Variants& variants, std::size_t size);
+inline std::string GrowthOf(const char* job, std::size_t size) {
+    return std::string("growth, ") + job + ", " + std::to_string(size);
+}
+
+fs::path CatalogueFile();
+void MakeCatalogue(std::size_t records);
+void AskCatalogue(std::size_t records);
 
 } // namespace Vellox::Benchmarks

@@ -65,30 +65,20 @@ std::string Name(const Variant& variant) {
     return variant.job + "/" + roles[static_cast<int>(variant.role)] + "/" + variant.how;
 }
 
-void AddGrowth(Variants& variants, const Sizes& sizes, bool withTrash) {
-    for (const std::size_t size : sizes.growth) {
-        const std::string behind = ", " + std::to_string(size);
-        variants.push_back(ListByLibrary("growth, list" + behind, size));
-        variants.push_back(CopyTreeByLibrary("growth, copy a tree" + behind, size));
-        variants.push_back(DeleteTreeByLibrary("growth, delete a tree" + behind, size));
-        if (!withTrash)
-            continue;
-        variants.push_back(TrashByLibrary("growth, trash" + behind, size));
-        variants.push_back(AskCatalogueByLibrary("growth, catalogue" + behind, size));
-    }
-}
-
 Variants Choose(const Options& options, const Sizes& sizes) {
     Variants all;
     const bool withTrash = TakeHomeFolder(Scratch() / "home");
     AddPathText(all);
     AddFiles(all, sizes);
-    AddTrees(all, sizes);
-    if (withTrash)
-        AddTrash(all, sizes);
     AddSystemCalls(all, sizes);
     AddProcesses(all, sizes);
-    AddGrowth(all, sizes, withTrash);
+    if (withTrash)
+        AddTrash(all, sizes);
+    for (const std::size_t size : sizes.growth) {
+        AddFilesOfSize(all, size);
+        if (withTrash)
+            AddTrashOfSize(all, size);
+    }
     Variants chosen;
     for (Variant& variant : all)
         if (std::regex_search(variant.job, options.jobs))
@@ -151,22 +141,20 @@ void Count(const Variant& variant) {
 
 // ---- Memory ----
 
-void PrintMemory(const char* what, std::size_t items, std::size_t bytes, const std::function<void()>& run) {
-    std::cout << what << '\t' << items << '\t' << bytes << '\t' << PeakGrowth(run) << '\n';
-}
-
-void PrintMemoryOfAll(const Sizes& sizes) {
-    const fs::path& folder = FlatFolder(sizes.listed);
+void PrintMemory(const Sizes& sizes) {
+    const auto print = [](const char* what, std::size_t items, std::size_t bytes, const Action& run) {
+        std::cout << what << '\t' << items << '\t' << bytes << '\t' << PeakGrowth(run) << '\n';
+    };
+    const std::string pattern = Win32(FlatFolder(sizes.listed)) + "\\*";
     std::size_t bytes = 0;
     for (std::size_t number = 0; number < sizes.listed; ++number)
         bytes += sizeof(std::string) + FileName(number).size() + 1;
-    PrintMemory("GetFolderFiles", sizes.listed, bytes,
-                [&] { benchmark::DoNotOptimize(FileNames::GetFolderFiles(Win32(folder) + "\\*")); });
+    print("GetFolderFiles", sizes.listed, bytes, [&] { benchmark::DoNotOptimize(FileNames::GetFolderFiles(pattern)); });
     if (!TakeHomeFolder(Scratch() / "home"))
         return;
-    const Variant question = AskCatalogueByLibrary("catalogue", sizes.catalogues.back());
-    question.setUp();
-    PrintMemory("CanPutBack", question.items, fs::file_size(CatalogueFile()), question.run);
+    const std::size_t records = sizes.catalogues.back();
+    MakeCatalogue(records);
+    print("CanPutBack", records, fs::file_size(CatalogueFile()), [=] { AskCatalogue(records); });
 }
 
 int Run(int count, char** words) {
@@ -180,7 +168,7 @@ int Run(int count, char** words) {
     std::cerr << "warning: this program was built without optimisation, so its times mean nothing\n";
 #endif
     if (options.memory) {
-        PrintMemoryOfAll(sizes);
+        PrintMemory(sizes);
     } else if (options.count) {
         for (const Variant& variant : variants)
             if (CanBeCounted(variant))

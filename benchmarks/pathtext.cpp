@@ -263,25 +263,13 @@ std::function<void()> ForPairs(const Inputs& first, const Inputs& second, Functi
     };
 }
 
-class Job {
-public:
-    Job(Variants& variants, std::string name) : variants_(variants), name_(std::move(name)) {}
-    void Add(Role role, const char* how, std::function<void()> run) const {
-        variants_.push_back({name_, role, how, SamplePaths().size(), std::move(run), {}, {}});
-    }
-
-private:
-    Variants& variants_;
-    std::string name_;
-};
-
 constexpr const char* fromString = "std::filesystem, from a string";
 constexpr const char* fromPath = "std::filesystem, from its path";
 constexpr const char* byHand = "by hand";
 
 void AddParts(Variants& variants) {
     using namespace Vellox::FileNames;
-    const Job extension(variants, "extension");
+    const Job extension(variants, "extension", SamplePaths().size());
     extension.Add(Role::Limit, "view", ForEach(Paths(), ExtensionLimit));
     extension.Add(Role::Floor, byHand, ForEach(Paths(), ExtensionFloor));
     extension.Add(Role::Library, "GetExtension",
@@ -290,7 +278,7 @@ void AddParts(Variants& variants) {
                   ForEach(NativePaths(), [](const std::string& path) { return fs::path(path).extension().string(); }));
     extension.Add(Role::Peer, fromPath, ForEach(ReadyPaths(), [](const fs::path& path) { return path.extension(); }));
 
-    const Job name(variants, "file name");
+    const Job name(variants, "file name", SamplePaths().size());
     name.Add(Role::Limit, "view", ForEach(Paths(), FileNameLimit));
     name.Add(Role::Floor, byHand, ForEach(Paths(), FileNameFloor));
     name.Add(Role::Library, "GetFilenameWithoutPath",
@@ -299,7 +287,7 @@ void AddParts(Variants& variants) {
              ForEach(NativePaths(), [](const std::string& path) { return fs::path(path).filename().string(); }));
     name.Add(Role::Peer, fromPath, ForEach(ReadyPaths(), [](const fs::path& path) { return path.filename(); }));
 
-    const Job parent(variants, "parent");
+    const Job parent(variants, "parent", SamplePaths().size());
     parent.Add(Role::Limit, "view", ForEach(Paths(), ParentLimit));
     parent.Add(Role::Floor, byHand, ForEach(Paths(), ParentFloor));
     parent.Add(Role::Library, "GetFolderPathFromFilename", ForEach(Paths(), GetFolderPathFromFilename));
@@ -308,7 +296,7 @@ void AddParts(Variants& variants) {
     parent.Add(Role::Peer, fromPath, ForEach(ReadyPaths(), [](const fs::path& path) { return path.parent_path(); }));
 
     static const std::string peaks = ".peaks";
-    const Job replaced(variants, "replaced extension");
+    const Job replaced(variants, "replaced extension", SamplePaths().size());
     replaced.Add(Role::Limit, "view and buffer", ForEach(Paths(), [](std::string_view path) {
                      char buffer[bufferSize];
                      const std::string_view result = ReplacedExtensionLimit(path, peaks, buffer);
@@ -330,7 +318,7 @@ void AddNormalForms(Variants& variants) {
     static const Texts detours = WithDetours(SamplePaths());
     static const Texts nativeDetours = WithDetours(NativePaths());
     static const std::vector<fs::path> readyDetours(nativeDetours.begin(), nativeDetours.end());
-    const Job absolute(variants, "normal form, absolute");
+    const Job absolute(variants, "normal form, absolute", SamplePaths().size());
     absolute.Add(Role::Limit, "one pass", ForEach(detours, [](std::string_view path) {
                      char buffer[bufferSize];
                      const std::string_view result = NormalForm(path, buffer);
@@ -354,7 +342,7 @@ void AddNormalForms(Variants& variants) {
         buffer[length++] = '\\';
         return std::string_view(buffer, AppendNormal(path, buffer, length));
     };
-    const Job relative(variants, "normal form, relative");
+    const Job relative(variants, "normal form, relative", SamplePaths().size());
     relative.Add(Role::Floor, byHand, ForEach(relativePaths, [withCurrentFolder](std::string path) {
                      char buffer[2 * bufferSize];
                      return std::string(withCurrentFolder(path, buffer));
@@ -373,7 +361,7 @@ void AddRelations(Variants& variants) {
         return shifted;
     }();
     static const Texts nativeOthers = AsNative(others);
-    const Job relative(variants, "relative path");
+    const Job relative(variants, "relative path", SamplePaths().size());
     relative.Add(Role::Limit, "one pass", ForPairs(others, paths, [](std::string_view other, std::string_view path) {
                      char buffer[2 * bufferSize];
                      const std::string_view result = RelativePath(other, path, buffer);
@@ -397,7 +385,7 @@ void AddRelations(Variants& variants) {
                  }));
 
     static const Texts lowerCase = InOtherCase(paths);
-    const Job compare(variants, "compare");
+    const Job compare(variants, "compare", SamplePaths().size());
     compare.Add(Role::Limit, "view", ForPairs(paths, lowerCase, EqualsLimit));
     compare.Add(Role::Floor, byHand, ForPairs(paths, lowerCase, EqualsFloor));
     compare.Add(Role::Library, "CompareNormalizedPaths", ForPairs(paths, lowerCase, FileNames::CompareNormalizedPaths));
@@ -408,7 +396,7 @@ void AddRelations(Variants& variants) {
 
     static const Texts folders = Folders(lowerCase);
     static const Texts nativeFolders = Folders(NativePaths());
-    const Job below(variants, "below");
+    const Job below(variants, "below", SamplePaths().size());
     below.Add(Role::Limit, "view", ForPairs(paths, folders, IsBelowLimit));
     below.Add(Role::Floor, byHand, ForPairs(paths, folders, IsBelowFloor));
     below.Add(Role::Library, "IsPathBelow", ForPairs(paths, folders, FileNames::IsPathBelow));
@@ -421,7 +409,7 @@ void AddRelations(Variants& variants) {
 }
 
 void AddConversions(Variants& variants) {
-    const Job conversion(variants, "UTF-8 to UTF-16 and back");
+    const Job conversion(variants, "UTF-8 to UTF-16 and back", SamplePaths().size());
     conversion.Add(Role::Limit, "bytes, unchecked", ForEach(Paths(), [](std::string_view text) {
                        WideChar wide[bufferSize];
                        char narrow[bufferSize];

@@ -140,6 +140,16 @@ const fs::path& Tree(std::size_t files) {
     });
 }
 
+const fs::path& CopiedTree() {
+    static const fs::path copy = Scratch() / "copied tree";
+    return copy;
+}
+
+void CopyTreeAnew(std::size_t files) {
+    fs::remove_all(CopiedTree());
+    fs::copy(Tree(files), CopiedTree(), fs::copy_options::recursive);
+}
+
 const fs::path& LargeFile(std::size_t size) {
     static std::map<std::size_t, fs::path> made;
     return MadeOnce(made, size, "large ", [&](const fs::path& path) { WriteFile(path, std::string(size, 'x')); });

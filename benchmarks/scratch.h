@@ -34,6 +34,10 @@ void MakeFlatFolder(const fs::path& folder, std::size_t files);
 std::vector<std::string> TreeFolders(std::size_t files);
 std::vector<std::string> TreeFiles(std::size_t files);
 
+// Where a copy of a tree goes, and such a copy, made anew.
+const fs::path& CopiedTree();
+void CopyTreeAnew(std::size_t files);
+
 void WriteFile(const fs::path& path, std::string_view content);
 
 // A file of that size, made when it is first asked for.

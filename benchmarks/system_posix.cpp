@@ -67,31 +67,24 @@ void CountInFlatFolder(std::size_t files) {
     benchmark::DoNotOptimize(CountEntries(FlatFolder(files).c_str()));
 }
 
-// The system itself takes more for each name the more there are.
-void AddGrowthOfListing(Variants& variants, const std::vector<std::size_t>& growth) {
-    for (const std::size_t files : growth)
-        variants.push_back({"growth, list (limit), " + std::to_string(files),
-                            Role::Limit,
-                            "getdents64",
-                            files,
-                            [=] { CountInFlatFolder(files); },
-                            [=] { FlatFolder(files); },
-                            {}});
-}
-
-void AddListing(Variants& variants, std::size_t files) {
+void AddListing(Variants& variants, const Sizes& sizes) {
+    const std::size_t files = sizes.listed;
     const auto setUp = [=] { FlatFolder(files); };
-    const auto count = [=] { CountInFlatFolder(files); };
-    const auto match = [=] {
+    Job(variants, "list", files, setUp).Add(Role::Limit, "getdents64", [=] { CountInFlatFolder(files); });
+    const Job match(variants, "list by a pattern", files, setUp);
+    match.Add(Role::Limit, "getdents64", [=] { CountInFlatFolder(files); });
+    match.Add(Role::Peer, "glob", [=] {
         glob_t found{};
         Checked(-::glob((FlatFolder(files) / "*.wav").c_str(), GLOB_NOSORT, nullptr, &found));
         const std::vector<std::string> names(found.gl_pathv, found.gl_pathv + found.gl_pathc);
         benchmark::DoNotOptimize(names.data());
         ::globfree(&found);
-    };
-    variants.push_back({"list", Role::Limit, "getdents64", files, count, setUp, {}});
-    variants.push_back({"list by a pattern", Role::Limit, "getdents64", files, count, setUp, {}});
-    variants.push_back({"list by a pattern", Role::Peer, "glob", files, match, setUp, {}});
+    });
+    // The system itself takes more for each name the more there are.
+    for (const std::size_t size : sizes.growth)
+        Job(variants, GrowthOf("list (limit)", size), size, [=] {
+            FlatFolder(size);
+        }).Add(Role::Limit, "getdents64", [=] { CountInFlatFolder(size); });
 }
 
 // ---- Questions ----
@@ -103,16 +96,16 @@ void AddCurrentFolder(Variants& variants) {
             benchmark::DoNotOptimize(::getcwd(buffer, sizeof buffer));
         }
     };
-    variants.push_back({"normal form, relative", Role::Limit, "getcwd alone", SamplePaths().size(), ask, {}, {}});
+    Job(variants, "normal form, relative", SamplePaths().size()).Add(Role::Limit, "getcwd alone", ask);
 }
 
 void AddExistence(Variants& variants) {
     static const fs::path path = FlatFolder(1) / FileName(0);
     static const std::string name = Win32(path);
-    const auto ask = [] { benchmark::DoNotOptimize(::access(path.c_str(), F_OK)); };
-    const auto askByHand = [] { benchmark::DoNotOptimize(::access(PosixPath(std::string(name)).c_str(), F_OK)); };
-    variants.push_back({"existence", Role::Limit, "access", 1, ask, {}, {}});
-    variants.push_back({"existence", Role::Floor, "by hand", 1, askByHand, {}, {}});
+    const Job existence(variants, "existence", 1);
+    existence.Add(Role::Limit, "access", [] { benchmark::DoNotOptimize(::access(path.c_str(), F_OK)); });
+    existence.Add(Role::Floor, "by hand",
+                  [] { benchmark::DoNotOptimize(::access(PosixPath(std::string(name)).c_str(), F_OK)); });
 }
 
 bool OpensForReading(const std::string& path) {
@@ -142,17 +135,16 @@ std::string FreeName(std::string stem, std::string extension) {
 }
 
 void AddFreeNames(Variants& variants, std::size_t taken) {
-    const auto setUp = [=] { TakenFolder(taken); };
     std::vector<std::string> names;
     for (std::size_t number = 1; number < taken; ++number)
         names.push_back(Scratch() / ("taken " + std::to_string(taken)) / ("take" + std::to_string(number) + ".wav"));
-    const auto open = [=] {
+    const Job freeName(variants, "free name", taken, [=] { TakenFolder(taken); });
+    freeName.Add(Role::Limit, "open, close", [=] {
         for (const std::string& name : names)
             ::close(Checked(::open(name.c_str(), O_RDONLY | O_CLOEXEC)));
-    };
-    const auto openByHand = [=] { benchmark::DoNotOptimize(FreeName(Win32(TakenFolder(taken)) + "\\take", ".wav")); };
-    variants.push_back({"free name", Role::Limit, "open, close", taken, open, setUp, {}});
-    variants.push_back({"free name", Role::Floor, "by hand, the same locks", taken, openByHand, setUp, {}});
+    });
+    freeName.Add(Role::Floor, "by hand, the same locks",
+                 [=] { benchmark::DoNotOptimize(FreeName(Win32(TakenFolder(taken)) + "\\take", ".wav")); });
 }
 
 // ---- Copying and deleting ----
@@ -169,9 +161,9 @@ void CopyLargeFile(const fs::path& from, const fs::path& to) {
 
 void AddCopying(Variants& variants, std::size_t size) {
     static const fs::path copy = Scratch() / "copy.wav";
-    variants.push_back({"copy a large file", Role::Limit, "copy_file_range", 1,
-                        [=] { CopyLargeFile(LargeFile(size), copy); }, [=] { LargeFile(size); },
-                        [] { fs::remove(copy); }});
+    Job(
+        variants, "copy a large file", 1, [=] { LargeFile(size); }, [] { fs::remove(copy); })
+        .Add(Role::Limit, "copy_file_range", [=] { CopyLargeFile(LargeFile(size), copy); });
 }
 
 struct TreeNames {
@@ -179,11 +171,6 @@ struct TreeNames {
     std::vector<std::string> folders;
     std::vector<std::string> files;
 };
-
-const fs::path& CopiedTree() {
-    static const fs::path copy = Scratch() / "copied tree";
-    return copy;
-}
 
 int OpenFolder(const fs::path& folder) {
     return Checked(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -218,21 +205,17 @@ void DeleteTree(const TreeNames& names) {
 }
 
 void AddTrees(Variants& variants, std::size_t files) {
+    const TreeNames names(files);
     const auto setUp = [=] { Tree(files); };
-    const auto remove = [] { fs::remove_all(CopiedTree()); };
-    const auto copyByProgram = [=] {
+    const Job copying(variants, "copy a tree", files, setUp, [] { fs::remove_all(CopiedTree()); });
+    copying.Add(Role::Limit, "openat, read, write", [=] { CopyTree(Tree(files), names); });
+    copying.Add(Role::Peer, "cp -r -p", [=] {
         const std::string command = "cp -r -p '" + Tree(files).string() + "' '" + CopiedTree().string() + "'";
         Checked(-std::system(command.c_str())); // NOLINT(cert-env33-c): the paths are our own
-    };
-    const auto renew = [=] {
-        remove();
-        fs::copy(Tree(files), CopiedTree(), fs::copy_options::recursive);
-    };
-    const TreeNames names(files);
-    variants.push_back({"copy a tree", Role::Limit, "openat, read, write", files, [=] { CopyTree(Tree(files), names); },
-                        setUp, remove});
-    variants.push_back({"copy a tree", Role::Peer, "cp -r -p", files, copyByProgram, setUp, remove});
-    variants.push_back({"delete a tree", Role::Limit, "unlinkat", files, [=] { DeleteTree(names); }, setUp, renew});
+    });
+    Job(variants, "delete a tree", files, setUp, [=] { CopyTreeAnew(files); }).Add(Role::Limit, "unlinkat", [=] {
+        DeleteTree(names);
+    });
 }
 
 // ---- The trash ----
@@ -256,7 +239,8 @@ void AddTrash(Variants& variants, std::size_t files) {
         fs::create_directory(trash);
         MakeFlatFolder(songs, files);
     };
-    const auto rename = [=] {
+    const Job batch(variants, "trash", files, {}, renew);
+    batch.Add(Role::Limit, "renameat", [=] {
         const int from = OpenFolder(songs);
         const int to = OpenFolder(trash);
         for (std::size_t number = 0; number < files; ++number) {
@@ -265,13 +249,11 @@ void AddTrash(Variants& variants, std::size_t files) {
         }
         ::close(from);
         ::close(to);
-    };
-    const auto moveByHand = [=] {
+    });
+    batch.Add(Role::Floor, "by hand", [=] {
         for (std::size_t number = 0; number < files; ++number)
             MoveByHand(Win32(songs) + "\\" + FileName(number), Win32(trash));
-    };
-    variants.push_back({"trash", Role::Limit, "renameat", files, rename, {}, renew});
-    variants.push_back({"trash", Role::Floor, "by hand", files, moveByHand, {}, renew});
+    });
 }
 
 void ReadAndWrite(const fs::path& path) {
@@ -285,16 +267,10 @@ void ReadAndWrite(const fs::path& path) {
 }
 
 void AddCatalogues(Variants& variants, const std::vector<std::size_t>& sizes) {
-    for (const std::size_t records : sizes) {
-        const std::string job = "catalogue, " + std::to_string(records);
-        variants.push_back({job,
-                            Role::Limit,
-                            "read, write",
-                            records,
-                            [] { ReadAndWrite(CatalogueFile()); },
-                            AskCatalogueByLibrary(job, records).setUp,
-                            {}});
-    }
+    for (const std::size_t records : sizes)
+        Job(variants, "catalogue, " + std::to_string(records), records, [=] {
+            MakeCatalogue(records);
+        }).Add(Role::Limit, "read, write", [] { ReadAndWrite(CatalogueFile()); });
 }
 
 // ---- Launching ----
@@ -345,10 +321,10 @@ void HoldMemory(std::size_t size) {
 }
 
 void AddLaunches(Variants& variants, const std::string& job, std::size_t size) {
-    const auto setUp = [=] { HoldMemory(size); };
-    variants.push_back({job, Role::Limit, "posix_spawn, waitpid", 1, Spawn, setUp, {}});
-    variants.push_back({job, Role::Library, "LaunchProcess", 1, Launch, setUp, {}});
-    variants.push_back({job, Role::Peer, "fork, exec", 1, Fork, setUp, {}});
+    const Job launch(variants, job, 1, [=] { HoldMemory(size); });
+    launch.Add(Role::Limit, "posix_spawn, waitpid", Spawn);
+    launch.Add(Role::Library, "LaunchProcess", Launch);
+    launch.Add(Role::Peer, "fork, exec", Fork);
 }
 
 } // namespace
@@ -363,8 +339,7 @@ bool TakeHomeFolder(const fs::path& folder) {
 
 void AddSystemCalls(Variants& variants, const Sizes& sizes) {
     AddCurrentFolder(variants);
-    AddListing(variants, sizes.listed);
-    AddGrowthOfListing(variants, sizes.growth);
+    AddListing(variants, sizes);
     AddExistence(variants);
     AddFreeNames(variants, sizes.taken);
     AddCopying(variants, sizes.largeFile);

@@ -28,7 +28,7 @@ bool TakeHomeFolder(const fs::path& /*folder*/) {
 void AddSystemCalls(Variants& /*variants*/, const Sizes& /*sizes*/) {}
 
 void AddProcesses(Variants& variants, const Sizes& /*sizes*/) {
-    variants.push_back({"launch", Role::Library, "LaunchProcess", 1, Launch, {}, {}});
+    Job(variants, "launch", 1).Add(Role::Library, "LaunchProcess", Launch);
 }
 
 const char* LastByte(std::string_view text, char byte) {

@@ -102,15 +102,6 @@ std::string Key(std::size_t number) {
     return FileNames::GetTrashFolderPath() + "\\" + FileName(number);
 }
 
-void MakeCatalogue(std::size_t count) {
-    FileNames::CreateDirectories(FileNames::GetTrashFolderPath());
-    Records records;
-    for (std::size_t number = 0; number < count; ++number)
-        records[Key(number)] = {133'000'000'000'000'000 + number,
-                                "C:\\Users\\Musician\\Songs\\Morning Light\\Takes\\" + FileName(number)};
-    WriteFile(CatalogueFile(), Serialised(records));
-}
-
 std::string ReadWhole(const fs::path& path) {
     std::string bytes(fs::file_size(path), '\0');
     std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -129,36 +120,47 @@ fs::path CatalogueFile() {
     return TrashFolder() / ".trash.db";
 }
 
-Variant TrashByLibrary(std::string job, std::size_t files) {
-    return {std::move(job),           Role::Library, "DeleteFileToRecycleBin", files, [=] { TrashSongs(files); }, {},
-            [=] { MakeSongs(files); }};
+void MakeCatalogue(std::size_t count) {
+    FileNames::CreateDirectories(FileNames::GetTrashFolderPath());
+    Records records;
+    for (std::size_t number = 0; number < count; ++number)
+        records[Key(number)] = {133'000'000'000'000'000 + number,
+                                "C:\\Users\\Musician\\Songs\\Morning Light\\Takes\\" + FileName(number)};
+    WriteFile(CatalogueFile(), Serialised(records));
 }
 
-Variant AskCatalogueByLibrary(std::string job, std::size_t records) {
-    const auto ask = [key = Key(records / 2)] {
-        if (!FileNames::CanPutBack(key))
-            throw std::runtime_error("the catalogue does not know " + key);
-    };
-    return {std::move(job), Role::Library, "CanPutBack", records, ask, [=] { MakeCatalogue(records); }, {}};
+void AskCatalogue(std::size_t records) {
+    if (!FileNames::CanPutBack(Key(records / 2)))
+        throw std::runtime_error("the catalogue does not know " + Key(records / 2));
+}
+
+namespace {
+
+Job BatchIntoTrash(Variants& variants, std::string name, std::size_t files) {
+    Job job(variants, std::move(name), files, {}, [=] { MakeSongs(files); });
+    job.Add(Role::Library, "DeleteFileToRecycleBin", [=] { TrashSongs(files); });
+    return job;
+}
+
+Job QuestionToCatalogue(Variants& variants, std::string name, std::size_t records) {
+    Job job(variants, std::move(name), records, [=] { MakeCatalogue(records); });
+    job.Add(Role::Library, "CanPutBack", [=] { AskCatalogue(records); });
+    return job;
+}
+
+} // namespace
+
+void AddTrashOfSize(Variants& variants, std::size_t size) {
+    BatchIntoTrash(variants, GrowthOf("trash", size), size);
+    QuestionToCatalogue(variants, GrowthOf("catalogue", size), size);
 }
 
 void AddTrash(Variants& variants, const Sizes& sizes) {
     const std::size_t files = sizes.trashed;
-    variants.push_back(TrashByLibrary("trash", files));
-    variants.push_back({"trash",
-                        Role::Peer,
-                        "std::filesystem::rename",
-                        files,
-                        [=] { RenameSongs(files); },
-                        {},
-                        [=] { MakeSongs(files); }});
-    for (const std::size_t records : sizes.catalogues) {
-        const std::string job = "catalogue, " + std::to_string(records);
-        const auto setUp = [=] { MakeCatalogue(records); };
-        variants.push_back(AskCatalogueByLibrary(job, records));
-        variants.push_back(
-            {job, Role::Peer, "std::map", records, [key = Key(records / 2)] { AskMap(key); }, setUp, {}});
-    }
+    BatchIntoTrash(variants, "trash", files).Add(Role::Peer, "std::filesystem::rename", [=] { RenameSongs(files); });
+    for (const std::size_t records : sizes.catalogues)
+        QuestionToCatalogue(variants, "catalogue, " + std::to_string(records), records)
+            .Add(Role::Peer, "std::map", [key = Key(records / 2)] { AskMap(key); });
 }
 
 } // namespace Vellox::Benchmarks
