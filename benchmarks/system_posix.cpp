@@ -114,12 +114,10 @@ bool OpensForReading(const std::string& path) {
         return false;
     struct stat status;
     struct flock lock {};
-    lock.l_type = F_RDLCK;
-    lock.l_start = off_t{1} << 62;
+    lock.l_type = F_WRLCK;
+    lock.l_start = (off_t{1} << 62) + 2;
     lock.l_len = 1;
     const bool isFile = ::fstat(file, &status) == 0 && !S_ISDIR(status.st_mode);
-    ::fcntl(file, F_OFD_SETLK, &lock);
-    lock.l_type = F_WRLCK;
     ::fcntl(file, F_OFD_GETLK, &lock);
     ::close(file);
     return isFile && lock.l_type == F_UNLCK;
@@ -143,7 +141,7 @@ void AddFreeNames(Variants& variants, std::size_t taken) {
         for (const std::string& name : names)
             ::close(Checked(::open(name.c_str(), O_RDONLY | O_CLOEXEC)));
     });
-    freeName.Add(Role::Floor, "by hand, the same locks",
+    freeName.Add(Role::Floor, "by hand, the same lock",
                  [=] { benchmark::DoNotOptimize(FreeName(Win32(TakenFolder(taken)) + "\\take", ".wav")); });
 }
 

@@ -5,7 +5,6 @@
 #include "filesystem/listing.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
-#include "platform/guard.h"
 #include "platform/limits.h"
 #include "platform/operations.h"
 #include "vellox/filesystem.h"
@@ -14,9 +13,7 @@
 namespace Vellox::FileNames {
 
 bool CheckFileExists(const std::string& path) {
-    const FileHandle file(::CreateFileW(WideArgument(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    return static_cast<bool>(file);
+    return Platform::OpensForReading(WideArgument(path).c_str());
 }
 
 bool CheckFolderExists(const std::string& path) {

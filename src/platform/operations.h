@@ -11,6 +11,10 @@ namespace Vellox::Platform {
 // True if GetFileAttributesW would give an answer; asks for less, and so takes less time. A NUL stands behind the path.
 bool HasAttributes(std::basic_string_view<WCHAR> path);
 
+// True if CreateFileW would open the path to read it, beside other readers and writers. A question leaves no statement
+// about the file while it is asked, so it never keeps anybody else out.
+bool OpensForReading(const WCHAR* path);
+
 // The narrow route's rename: gives 0 after a move under the new name, which was free. A taken new name
 // is refused in the same step, never replaced.
 int RenameWithoutReplacing(const char* oldPath, const char* newPath);

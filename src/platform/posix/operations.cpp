@@ -11,6 +11,7 @@
 #include "platform/posix/base/handles.h"
 #include "platform/posix/base/paths.h"
 #include "platform/posix/base/rename.h"
+#include "platform/posix/base/sharing.h"
 #include "platform/posix/trees/attributes.h"
 #include "platform/posix/trees/compare.h"
 #include "platform/posix/trees/copy_tree.h"
@@ -40,6 +41,19 @@ bool HasAttributes(std::u16string_view path) {
         return true;
     struct stat status;
     return (errno == EPERM && ::lstat(place.Text(), &status) == 0) || Posix::FailFromErrno();
+}
+
+bool OpensForReading(const WCHAR* path) {
+    const PosixPath place(path);
+    if (!place.IsValid())
+        return false;
+    const Descriptor file = Posix::Open(place.Text(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    struct stat status;
+    if (!file || ::fstat(file.Get(), &status) != 0)
+        return Posix::FailFromErrno();
+    if (S_ISDIR(status.st_mode))
+        return Posix::Fail(ERROR_ACCESS_DENIED);
+    return !Posix::IsReadingDenied(file.Get()) || Posix::Fail(ERROR_SHARING_VIOLATION);
 }
 
 int RenameWithoutReplacing(const char* oldPath, const char* newPath) {

@@ -298,6 +298,11 @@ bool HasAttributes(std::basic_string_view<WCHAR> path) {
     return ::GetFileAttributesW(path.data()) != INVALID_FILE_ATTRIBUTES;
 }
 
+bool OpensForReading(const WCHAR* path) {
+    return static_cast<bool>(FileHandle(::CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+}
+
 // What has a longer path cannot be renamed, so no rename gives it one: it would not come back.
 int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
     const DWORD capacity = ::GetFullPathNameA(newPath, 0, nullptr, nullptr);

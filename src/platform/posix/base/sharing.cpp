@@ -66,6 +66,10 @@ bool TakeSharingLocks(int descriptor, DWORD access, DWORD shareMode) {
     return true;
 }
 
+bool IsReadingDenied(int descriptor) {
+    return IsStatedByOthers(descriptor, DeniesReading);
+}
+
 bool IsBeingWritten(int descriptor) {
     return IsStatedByOthers(descriptor, WritesFile);
 }

@@ -9,6 +9,9 @@ namespace Vellox::Posix {
 // the descriptor. Where the file system has no such locks, every open succeeds.
 bool TakeSharingLocks(int descriptor, DWORD access, DWORD shareMode);
 
+// True if another user of this library has the file open and lets nobody read it.
+bool IsReadingDenied(int descriptor);
+
 // True if another user of this library has the file open to write to it.
 bool IsBeingWritten(int descriptor);
 
