@@ -55,6 +55,13 @@ bool DeleteFileAt(const WCHAR* path, HANDLE file);
 // Has the system write a file or a folder with all it holds from its memory to the disk. False if a write failed.
 bool BringToDisk(const WCHAR* path);
 
+// Takes the turn at a folder, which one holder at a time has among all processes and threads that ask for it here, and
+// waits for it so many milliseconds at most. Gives what EndTurn takes, or INVALID_HANDLE_VALUE without a turn: the wait
+// is over, the folder cannot be opened, or the system or the folder's file system has no turns. The turn of a process
+// that ends, however it ends, ends with it.
+HANDLE TakeTurn(const WCHAR* folder, DWORD milliseconds);
+void EndTurn(HANDLE turn);
+
 // Gives the second folder the permissions and the modification time of the first, as far as the system lets.
 void CopyFolderAttributes(const WCHAR* from, const WCHAR* to);
 

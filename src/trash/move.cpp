@@ -173,8 +173,7 @@ bool IsTaken(const std::string& path) {
     return CheckFolderExists(path) || (!IsAscii(path) && CheckPathIsDirectory(path, isDirectory));
 }
 
-MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination,
-                            CopyOfWhatStays copyOfWhatStays) {
+MoveResult RenameFileOrFolder(const std::string& source, const std::string& destination) {
     if (Platform::RenameWithoutReplacing(source.c_str(), destination.c_str()) == 0)
         return MoveResult::Moved;
     const DWORD error = ::GetLastError();
@@ -186,6 +185,14 @@ MoveResult MoveFileOrFolder(const std::string& source, const std::string& destin
     // Other bytes mean one name to the rename and another to the copy.
     if (!IsValidUtf8(source) || !IsValidUtf8(destination))
         return MoveResult::Failed;
+    return MoveResult::TakesCopy;
+}
+
+MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination,
+                            CopyOfWhatStays copyOfWhatStays) {
+    const MoveResult result = RenameFileOrFolder(source, destination);
+    if (result != MoveResult::TakesCopy)
+        return result;
     switch (KindOf(source)) {
     case ItemKind::Folder: return MoveFolderByCopy(source, destination, copyOfWhatStays);
     case ItemKind::Link: return MoveLinkByCopy(source, destination, copyOfWhatStays);

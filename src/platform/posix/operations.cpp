@@ -5,6 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <thread>
+
 #include "platform/posix/base/descriptor.h"
 #include "platform/posix/base/entry.h"
 #include "platform/posix/base/errors.h"
@@ -117,6 +120,40 @@ bool ClaimForMove(HANDLE item) {
     return Posix::ToDescriptor(item, descriptor) &&
            (Posix::Retried([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0 || errno != EWOULDBLOCK ||
             Posix::Fail(ERROR_SHARING_VIOLATION));
+}
+
+// flock itself can wait, but not for a limited time without a signal, which is the host's. A file system without flock
+// says so with another error than EWOULDBLOCK, such as EBADF on NFS, where an exclusive lock takes a descriptor that
+// can write, and a folder has none.
+HANDLE TakeTurn(const WCHAR* folder, DWORD milliseconds) {
+    const PosixPath place(folder);
+    if (!place.IsValid())
+        return INVALID_HANDLE_VALUE;
+    Descriptor turn = Posix::Open(place.Text(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (!turn) {
+        Posix::FailFromErrno();
+        return INVALID_HANDLE_VALUE;
+    }
+    // So short that a waiting process also meets the moment between two turns of one that takes them in a row.
+    constexpr auto betweenAttempts = std::chrono::microseconds(100);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (Posix::Retried([&] { return ::flock(turn.Get(), LOCK_EX | LOCK_NB); }) != 0) {
+        if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end) {
+            Posix::FailFromErrno();
+            return INVALID_HANDLE_VALUE;
+        }
+        std::this_thread::sleep_for(betweenAttempts);
+    }
+    return Posix::ToHandle(std::move(turn));
+}
+
+// A process that the host forked meanwhile has the same open folder, and would hold the turn until it closes that.
+void EndTurn(HANDLE turn) {
+    int descriptor = 0;
+    if (!Posix::ToDescriptor(turn, descriptor))
+        return;
+    Posix::MayFail(::flock(descriptor, LOCK_UN));
+    ::CloseHandle(turn);
 }
 
 bool IsItemAt(const WCHAR* path, HANDLE item) {

@@ -399,6 +399,15 @@ bool ClaimForMove(HANDLE file) {
     return ::LockFile(file, 0, 0x40000000, 1, 0) != FALSE || ::GetLastError() != ERROR_LOCK_VIOLATION;
 }
 
+// The sharing modes alone hold processes apart here: the system locks files, not folders, and a file that stands for
+// the turn would have to lie in the folder.
+HANDLE TakeTurn(const WCHAR* /*folder*/, DWORD /*milliseconds*/) {
+    ::SetLastError(ERROR_NOT_SUPPORTED);
+    return INVALID_HANDLE_VALUE;
+}
+
+void EndTurn(HANDLE /*turn*/) {}
+
 bool IsItemAt(const WCHAR* path, HANDLE file) {
     return IsSameItem(File(path, 0, File::shareAll, FILE_FLAG_OPEN_REPARSE_POINT), file);
 }
