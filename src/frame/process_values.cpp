@@ -1,3 +1,5 @@
+#include <atomic>
+
 #include "vellox/frame.h"
 
 std::int32_t Vellox::Threading::mainThreadId = 0;
@@ -5,15 +7,16 @@ bool testsRunning = false;
 std::int32_t isDoingStressTest = 0;
 
 namespace {
-float uiScaleFactor = 1.0F;
+// Any thread may set it while another one asks. Nothing else depends on the value, so no order is needed.
+std::atomic<float> uiScaleFactor = 1.0F;
 } // namespace
 
 void SetUIScaleFactor(float factor) {
-    uiScaleFactor = factor;
+    uiScaleFactor.store(factor, std::memory_order_relaxed);
 }
 
 float GetUIScaleFactor() {
-    return uiScaleFactor;
+    return uiScaleFactor.load(std::memory_order_relaxed);
 }
 
 std::string GetPlatform() {
