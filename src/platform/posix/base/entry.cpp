@@ -58,10 +58,11 @@ bool IsAt(Entry entry, const struct stat& wanted) {
     return ::fstatat(entry.folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) == 0 && IsSameEntry(status, wanted);
 }
 
+// The number of the process is asked for each time: after a fork it is another one. And the library keeps no text,
+// which would be gone before the last of a host's exit handlers has called.
 std::string NextTemporaryName() {
     static std::atomic<unsigned> counter{0};
-    static const std::string start = ".vellox-" + std::to_string(::getpid()) + "-";
-    return start + std::to_string(counter++) + ".tmp";
+    return ".vellox-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".tmp";
 }
 
 bool UnlinkIfSame(Entry entry, const struct stat& wanted) {
