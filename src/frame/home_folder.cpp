@@ -1,22 +1,26 @@
+#include <cstdio>
+
 #include "platform/limits.h"
 #include "platform/win32.h"
 #include "vellox/frame.h"
 
 namespace {
 
-std::string AskForHomeFolder() {
-    char folder[Vellox::pathBufferSize] = {};
-    if (::SHGetSpecialFolderPathA(nullptr, folder, CSIDL_APPDATA | CSIDL_FLAG_CREATE, TRUE) == FALSE)
-        return {};
-    return std::string(folder) + "\\Vellox Studio 10";
-}
+constexpr char nameInDataFolder[] = "\\Vellox Studio 10";
+
+// Empty until the system has told the folder. A plain array has no destructor, so a host may still ask from an exit
+// handler or from the destructor of a static object of its own, whichever of them was made first.
+char homeFolder[Vellox::pathBufferSize + sizeof nameInDataFolder];
 
 } // namespace
 
 std::string GetHomeFolderBase() {
-    static std::string homeFolder;
-    if (homeFolder.empty())
-        homeFolder = AskForHomeFolder();
+    if (homeFolder[0] == '\0') {
+        char folder[Vellox::pathBufferSize] = {};
+        if (::SHGetSpecialFolderPathA(nullptr, folder, CSIDL_APPDATA | CSIDL_FLAG_CREATE, TRUE) == FALSE)
+            return {};
+        static_cast<void>(std::snprintf(homeFolder, sizeof homeFolder, "%s%s", folder, nameInDataFolder));
+    }
     return homeFolder;
 }
 

@@ -1,7 +1,9 @@
 #include "trash/catalogue.h"
 
+#include <cstddef>
 #include <iterator>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "fileobjects/exception.h"
@@ -11,10 +13,22 @@
 
 namespace Vellox {
 
-// Without memory for an empty map there is no process either.
-TrashCatalogue trashCatalogue; // NOLINT(cert-err58-cpp)
+namespace {
+
+alignas(TrashCatalogue) std::byte storage[sizeof(TrashCatalogue)];
+
+} // namespace
+
+// A static object of the ordinary kind would be destroyed by an exit handler. Where a host loads the library late, with
+// dlopen, that handler runs before those that the host registered earlier, and they may still use the trash. So the
+// catalogue ends with the unload itself. Without memory for an empty map there is no process either.
+TrashCatalogue& trashCatalogue = *new (storage) TrashCatalogue; // NOLINT(cert-err58-cpp)
 
 namespace {
+
+[[gnu::destructor]] void EndCatalogue() {
+    trashCatalogue.~TrashCatalogue();
+}
 
 // CFile leaves closing to its user; this one closes on every way out.
 class OpenFile {

@@ -65,6 +65,6 @@ private:
     bool fileCouldNotBeRead = false;
 };
 
-extern TrashCatalogue trashCatalogue;
+extern TrashCatalogue& trashCatalogue;
 
 } // namespace Vellox
