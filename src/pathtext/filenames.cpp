@@ -21,14 +21,17 @@ WideChar* MakeFullPath(WideChar (&buffer)[pathBufferSize], const WideChar* path)
     return ::_wfullpath(buffer, path, pathBufferSize);
 }
 
-template <typename Char> std::basic_string<Char> FullFolder(const Char* path) {
-    Char full[pathBufferSize];
-    if (MakeFullPath(full, path) == nullptr)
-        return {};
-    const PathParts<Char> parts = SplitPath(std::basic_string_view<Char>(full));
+template <typename Char> std::basic_string_view<Char> FolderPart(std::basic_string_view<Char> fullPath) {
+    const PathParts<Char> parts = SplitPath(fullPath);
     if (!parts.FitsInto(longestPart, longestPart))
         return {};
-    return std::basic_string<Char>(full, parts.drive.size() + parts.folder.size());
+    return fullPath.substr(0, parts.drive.size() + parts.folder.size());
+}
+
+template <typename Char> std::basic_string<Char> FullFolder(const Char* path) {
+    Char full[pathBufferSize];
+    return std::basic_string<Char>(MakeFullPath(full, path) != nullptr ? FolderPart<Char>(full)
+                                                                       : std::basic_string_view<Char>());
 }
 
 template <typename Char> void ReplaceByFolder(Char* path, std::int32_t capacity) {
@@ -54,6 +57,10 @@ template <typename Char> void CutToName(std::basic_string<Char>& path) {
 
 std::string FolderOfPath(const std::string& path) {
     return FullFolderOf(path);
+}
+
+std::string_view FolderOfFullPath(std::string_view path) {
+    return FolderPart(path);
 }
 
 std::string GetFilenameWithoutPath(std::string path) {

@@ -1,3 +1,5 @@
+#include "pathtext/normalising.h"
+
 #include <algorithm>
 
 #include "frame/text.h"
@@ -7,11 +9,17 @@
 
 namespace Vellox::FileNames {
 
-std::string NormalizePath(std::string path) {
+bool MakeNormal(std::string& path) {
     char full[pathBufferSize];
-    full[0] = '\0';
-    if (::GetFullPathNameA(path.c_str(), pathBufferSize, full, nullptr) != 0)
-        path = full;
+    const DWORD length = ::GetFullPathNameA(path.c_str(), pathBufferSize, full, nullptr);
+    if (length == 0)
+        return false;
+    path.assign(full, length < pathBufferSize ? length : 0);
+    return true;
+}
+
+std::string NormalizePath(std::string path) {
+    MakeNormal(path);
     return path;
 }
 

@@ -1,10 +1,9 @@
-#include "pathtext/relative.h"
-
 #include <algorithm>
 
 #include "frame/text.h"
 #include "pathtext/filenames.h"
 #include "pathtext/join.h"
+#include "pathtext/normalising.h"
 #include "platform/limits.h"
 #include "platform/win32.h"
 #include "vellox/pathtext.h"
@@ -19,68 +18,54 @@ bool IsRelative(const std::string& path) {
     return !startsAtRoot && !hasDrive;
 }
 
-std::string AgainstCurrentFolder(std::string path) {
-    char full[pathBufferSize] = {};
+void PutBehindCurrentFolder(std::string& path) {
+    char full[pathBufferSize];
+    full[0] = '\0';
     if (::_fullpath(full, path.c_str(), pathBufferSize) != nullptr && full[0] != '\0')
         path = full;
-    return NormalizePath(std::move(path));
+}
+
+// As GetAbsolutePath, in place; says whether the path is in its full form now.
+bool MakeAbsolute(std::string& path, const char* base) {
+    if (IsRelative(path)) {
+        if (base == nullptr)
+            PutBehindCurrentFolder(path);
+        else
+            path = JoinFolder(base, path);
+    }
+    return MakeNormal(path);
+}
+
+// How much of two folders in their full form, each with a backslash at the end, are the same components.
+std::size_t CommonLength(std::string_view first, std::string_view second) {
+    const std::size_t shorter = std::min(first.size(), second.size());
+    std::size_t same = 0;
+    while (same < shorter && FoldCase(first[same]) == FoldCase(second[same]))
+        ++same;
+    return FindLast(first.substr(0, same), '\\') + 1;
 }
 
 } // namespace
 
-ComponentReader::ComponentReader(std::string_view path) : rest_(path) {
-    if (!rest_.empty() && (rest_[0] == '\\' || rest_[0] == '/'))
-        rest_.remove_prefix(1);
-}
-
-bool ComponentReader::Next(std::string_view& component) {
-    if (rest_.empty())
-        return false;
-    component = rest_.substr(0, rest_.find('\\'));
-    component = component.substr(0, component.find('/'));
-    rest_.remove_prefix(std::min(component.size() + 1, rest_.size()));
-    return true;
-}
-
-bool ComponentReader::SkipCommon(ComponentReader& first, ComponentReader& second) {
-    const std::size_t shorter = std::min(first.rest_.size(), second.rest_.size());
-    std::size_t same = 0;
-    while (same < shorter && FoldCase(first.rest_[same]) == FoldCase(second.rest_[same]))
-        ++same;
-    const std::size_t common = FindLastSeparator(first.rest_.substr(0, same)) + 1;
-    first.rest_.remove_prefix(common);
-    second.rest_.remove_prefix(common);
-    return common > 0;
-}
-
-bool ComposeRelativeFolder(std::string_view target, std::string_view base, std::string& relative) {
-    ComponentReader targetReader(target);
-    ComponentReader baseReader(base);
-    const bool haveCommonRoot = ComponentReader::SkipCommon(targetReader, baseReader);
-    for (std::string_view name; baseReader.Next(name) && !name.empty();)
-        relative += "..\\";
-    for (std::string_view name; targetReader.Next(name) && !name.empty();)
-        relative.append(name).append(1, '\\');
-    return haveCommonRoot;
-}
-
 std::string GetAbsolutePath(std::string path, const char* base) {
-    if (!IsRelative(path))
-        return NormalizePath(std::move(path));
-    if (base == nullptr)
-        return AgainstCurrentFolder(std::move(path));
-    return NormalizePath(JoinFolder(base, path));
+    MakeAbsolute(path, base);
+    return path;
 }
 
 std::int32_t GetPathRelativeToOtherFile(std::string& result, const std::string& otherFile, const std::string& path) {
-    const std::string absolute = GetAbsolutePath(path, otherFile.c_str());
-    const std::string base = FolderOfPath(otherFile);
-    const std::string target = FolderOfPath(absolute);
-    std::string relative;
-    relative.reserve(base.size() + absolute.size());
-    if (absolute.empty() || base.empty() || target.empty() || !ComposeRelativeFolder(target, base, relative))
+    std::string absolute = path;
+    if (!MakeAbsolute(absolute, otherFile.c_str()))
         return 0;
-    relative.append(absolute, FindLast(absolute, '\\') + 1);
+    const std::string base = FolderOfPath(otherFile);
+    const std::string_view target = FolderOfFullPath(absolute);
+    const std::size_t common = CommonLength(target, base);
+    if (common == 0)
+        return 0;
+    std::string relative;
+    relative.reserve(3 * (base.size() - common) + absolute.size());
+    for (auto left = std::count(base.begin() + static_cast<std::ptrdiff_t>(common), base.end(), '\\'); left > 0; --left)
+        relative += "..\\";
+    relative.append(absolute, common, std::string::npos);
     result = std::move(relative);
     return 1;
 }

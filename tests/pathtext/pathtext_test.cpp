@@ -1,4 +1,3 @@
-#include "pathtext/relative.h"
 #include "support/scratch.h"
 #include "vellox/pathtext.h"
 
@@ -227,16 +226,6 @@ TEST_F(PathTest, IsExpressedRelativeToAnotherFile) {
     }
     std::string path = R"(C:\S\Audio\t.wav)";
     EXPECT_TRUE(GetPathRelativeToOtherFile(path, R"(C:\S\s.sng)", path) == 1 && path == R"(Audio\t.wav)") << path;
-    // Each component with a bar behind it.
-    const std::string components[][2] = {
-        {"", ""}, {R"(\a\b)", "a|b|"}, {R"(a\b\)", "a|b|"}, {R"(a\\b)", "a||b|"}, {R"(\\srv/share)", "|srv|share|"}};
-    for (const auto& [text, expected] : components) {
-        ComponentReader reader(text);
-        std::string found;
-        for (std::string_view component; reader.Next(component);)
-            found.append(component).append("|");
-        EXPECT_EQ(found, expected) << text;
-    }
 }
 
 } // namespace
