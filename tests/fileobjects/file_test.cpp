@@ -20,25 +20,44 @@ protected:
 
 TEST_F(FileTest, ReadsSeeksAndRefuses) {
     for (const char* path : {"none", "."})
-        EXPECT_THROW(OpenToRead(path), VelloxException);
+        EXPECT_THROW(OpenToRead(path), VelloxException) << path;
     char buffer[] = "########";
     WriteFile(At("a"), "0123456789");
     OpenToRead("a");
-    EXPECT_TRUE(file.Tell() == 0 && file.Seek(-3, 2) == 7 && file.Seek(-1, 0) == -1 && file.Seek(0, 3) == -1);
-    EXPECT_TRUE(file.GetRemainingSize() == 3 && file.CFileBase::GetRemainingSize() == 3 && file.Tell() == 7);
-    EXPECT_TRUE(file.Read(buffer, 8) == 3 && std::string(buffer) == "789#####" && file.Read(buffer, 8) == 0);
+    EXPECT_EQ(file.Tell(), 0);
+    EXPECT_EQ(file.Seek(-3, 2), 7);
+    EXPECT_EQ(file.Seek(-1, 0), -1);
+    EXPECT_EQ(file.Seek(0, 3), -1);
+    EXPECT_EQ(file.GetRemainingSize(), 3);
+    EXPECT_EQ(file.CFileBase::GetRemainingSize(), 3);
+    EXPECT_EQ(file.Tell(), 7);
+    EXPECT_EQ(file.Read(buffer, 8), 3);
+    EXPECT_STREQ(buffer, "789#####");
+    EXPECT_EQ(file.Read(buffer, 8), 0);
     std::unique_ptr<CFileBase>(file.Clone()).reset();
     const std::unique_ptr<CFileBase> clone(file.Clone());
-    EXPECT_TRUE(clone->Seek(-8, 1) == 2 && file.Tell() == 2);
+    EXPECT_EQ(clone->Seek(-8, 1), 2);
+    EXPECT_EQ(file.Tell(), 2) << "which a clone shares";
     EXPECT_THROW(OpenToWrite("a"), VelloxException);
+    EXPECT_EQ(ReadFile(At("a")), "0123456789") << "cut by an open that failed";
     KeepingReader reader(file);
-    EXPECT_TRUE(ReadFile(At("a")) == "0123456789" && clone->Close());
-    EXPECT_TRUE(!file.Flush() && file.Tell() == -1 && file.GetRemainingSize() == 0);
-    for (const char* attempt : {"first", "second"})
-        EXPECT_TRUE(!reader.Have(1) && reader.Failed()) << attempt;
+    EXPECT_TRUE(clone->Close());
+    EXPECT_FALSE(clone->Close());
+    EXPECT_FALSE(file.Flush());
+    EXPECT_EQ(file.Tell(), -1);
+    EXPECT_EQ(file.GetRemainingSize(), 0);
+    for (const char* attempt : {"first", "second"}) {
+        EXPECT_FALSE(reader.Have(1)) << attempt;
+        EXPECT_TRUE(reader.Failed()) << attempt;
+    }
     EXPECT_THROW(file.Write("a", 1), VelloxException);
     OpenToWrite("a");
-    EXPECT_TRUE(fs::is_empty("a") && !clone->Close() && writer.Write("", 0) == 0 && writer.Flush() && writer.Close());
+    EXPECT_TRUE(fs::is_empty("a"));
+    EXPECT_EQ(writer.Write("12", 2), 2);
+    EXPECT_EQ(writer.Write("", 0), 0);
+    EXPECT_TRUE(writer.Flush());
+    EXPECT_TRUE(writer.Close());
+    EXPECT_EQ(ReadFile(At("a")), "12");
 }
 
 } // namespace

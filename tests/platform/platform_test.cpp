@@ -54,10 +54,15 @@ void ExpectSharing(bool areHeld) {
         const DWORD held = row >> 6, heldShare = row >> 4 & both, use = row >> 2 & both, share = row & both;
         if (held == 0 || use == 0)
             continue;
+        SCOPED_TRACE("held to " + std::to_string(held) + ", shares " + std::to_string(heldShare) + "; opened to " +
+                     std::to_string(use) + ", shares " + std::to_string(share));
         const bool isGranted = !areHeld || ((use & ~heldShare) == 0 && (held & ~share) == 0);
         const std::string file = std::to_string(row >> 4);
-        ASSERT_TRUE(Opens(file, use, share) == isGranted && Opens(file, use, share) == isGranted) << row;
-        ASSERT_FALSE(!isGranted && Opens(file, use | writes, share, CREATE_ALWAYS)) << row;
+        EXPECT_EQ(Opens(file, use, share), isGranted);
+        EXPECT_EQ(Opens(file, use, share), isGranted) << "a second time";
+        if (!isGranted) {
+            EXPECT_FALSE(Opens(file, use | writes, share, CREATE_ALWAYS));
+        }
     }
 }
 
@@ -79,21 +84,36 @@ TEST_F(FilesTest, OpenAtOnceOrNotAtAll) {
     MakeFifo("fifo");
     MakeLink("folder", "link");
     MakeLink("loop", "loop");
-    // To read, to write, as new; a point behind it where that opens the file.
-    const std::string rows[][3] = {
-        // clang-format off
-        {"file", "rw."}, {R"(none\..\file)", "r."}, {R"(file\x)", "r"}, {"none", "w"}, {"", "wn"}, {"folder", "r"},
-        {"link", "r"}, {"loop", "r"}, {"fifo", "r.", "linux: only there is one"}, {"fifo", "w"}, {"marked", "r."},
-        {"marked", "w", withRights}, {"marked", "wn", withRights}, {"replaced", "wn."}, {"new", "wn."},
-        // clang-format on
+    constexpr bool opens = true;
+    constexpr bool fails = false;
+    struct Row {
+        std::string path;
+        DWORD use, disposition;
+        bool result;
+        OnlyOn onlyOn = anywhere;
     };
-    for (const auto& [path, way, onlyOn] : rows) {
-        const auto has = [&way = way](char letter) { return way.find(letter) != std::string::npos; };
-        const DWORD use = (has('r') ? reads : 0) | (has('w') ? writes : 0);
-        EXPECT_TRUE(!HoldsHere(onlyOn) || Opens(path, use, both, has('n') ? CREATE_ALWAYS : OPEN_EXISTING) == has('.'))
-            << path << " " << way;
-    }
-    EXPECT_TRUE(ReadFile("replaced").empty() && (!HoldsHere(withRights) || ReadFile("marked") == "marked"));
+    const Row rows[] = {
+        {"file", both, OPEN_EXISTING, opens},
+        {R"(none\..\file)", reads, OPEN_EXISTING, opens},
+        {R"(file\x)", reads, OPEN_EXISTING, fails},
+        {"none", writes, OPEN_EXISTING, fails},
+        {"", writes, CREATE_ALWAYS, fails},
+        {"folder", reads, OPEN_EXISTING, fails},
+        {"link", reads, OPEN_EXISTING, fails},
+        {"loop", reads, OPEN_EXISTING, fails},
+        {"fifo", reads, OPEN_EXISTING, opens, OnLinux("only there is one")},
+        {"fifo", writes, OPEN_EXISTING, fails},
+        {"marked", reads, OPEN_EXISTING, opens},
+        {"marked", writes, OPEN_EXISTING, fails, withRights},
+        {"marked", writes, CREATE_ALWAYS, fails, withRights},
+        {"replaced", writes, CREATE_ALWAYS, opens},
+        {"new", writes, CREATE_ALWAYS, opens},
+    };
+    for (const Row& row : RowsHere(rows, &Row::path))
+        EXPECT_EQ(Opens(row.path, row.use, both, row.disposition), row.result)
+            << row.path << ", use " << row.use << ", disposition " << row.disposition;
+    EXPECT_EQ(ReadFile("replaced"), "");
+    EXPECT_EQ(ReadFile("marked"), "marked");
     fs::remove("loop");
 }
 
@@ -102,43 +122,66 @@ class FullPathServiceTest : public ScratchTest {};
 // Both twins answer alike at every capacity, and write nothing behind it.
 TEST_F(FullPathServiceTest, ResolvesTheTextWithoutTheDisk) {
     const std::string here = Win32(fs::current_path());
-    constexpr const char* noDevices = "linux: Windows has devices of that name";
-    constexpr const char* asLetter = "linux: Wine takes the drive's letter as the current directory has it";
-    const std::string rows[][3] = {
-        // clang-format off
-        {"", here}, {".", here}, {R"(a\..)", here}, {"a", here + R"(\a)"},
-        {"C:", here, "linux: Wine puts a backslash behind"}, {"c:", "c" + here.substr(1), asLetter},
-        {"C:a", here + R"(\a)"}, {"c:a", "c" + here.substr(1) + R"(\a)", asLetter}, {R"(.\a/b\)", here + R"(\a\b\)"},
-        {"X:a", R"(X:\a)"}, {R"(x:\a\..\..\b)", R"(x:\b)"}, {R"(\a)", R"(C:\a)"},
-        {"/a", R"(C:\a)", "linux: Wine takes it for a path of the system below"}, {R"(C:\)", R"(C:\)"},
-        {R"(C:\a\\b//c\/d)", R"(C:\a\b\c\d)"}, {R"(C:\..\..\a)", R"(C:\a)"}, {R"(C:\a\.)", R"(C:\a)"},
-        {R"(C:\a\.\)", R"(C:\a\)"}, {R"(C:\a\b\..)", R"(C:\a)"}, {R"(C:\a\..)", R"(C:\)"},
-        {R"(C:\a\\)", R"(C:\a\)"}, {"COM1", here + R"(\COM1)", noDevices}, {R"(C:\nul)", R"(C:\nul)", noDevices},
-        {R"(C:\a. \b .\...\c)", R"(C:\a. \b .\...\c)", withAnyName}, {R"(\\srv\share)", R"(\\srv\share)"},
-        {R"(\\srv\share\)", R"(\\srv\share\)"}, {"//srv/share/a", R"(\\srv\share\a)"},
-        {R"(\\srv\\share\\a\b\..)", R"(\\srv\share\a)", "linux: Wine keeps doubled separators behind a share"},
+    constexpr OnlyOn noDevices = OnLinux("Windows has devices of that name");
+    constexpr OnlyOn asLetter = OnLinux("Wine takes the drive's letter as the current directory has it");
+    struct Row {
+        std::string path, full;
+        OnlyOn onlyOn = anywhere;
+    };
+    const Row rows[] = {
+        {"", here},
+        {R"(a\..)", here},
+        {"a", here + R"(\a)"},
+        {"C:", here, OnLinux("Wine puts a backslash behind")},
+        {"c:", "c" + here.substr(1), asLetter},
+        {"C:a", here + R"(\a)"},
+        {"c:a", "c" + here.substr(1) + R"(\a)", asLetter},
+        {R"(.\a/b\)", here + R"(\a\b\)"},
+        {"X:a", R"(X:\a)"},
+        {R"(x:\a\..\..\b)", R"(x:\b)"},
+        {R"(\a)", R"(C:\a)"},
+        {"/a", R"(C:\a)", OnLinux("Wine takes it for a path of the system below")},
+        {R"(C:\)", R"(C:\)"},
+        {R"(C:\a\\b//c\/d)", R"(C:\a\b\c\d)"},
+        {R"(C:\..\..\a)", R"(C:\a)"},
+        {R"(C:\a\.)", R"(C:\a)"},
+        {R"(C:\a\.\)", R"(C:\a\)"},
+        {R"(C:\a\b\..)", R"(C:\a)"},
+        {R"(C:\a\..)", R"(C:\)"},
+        {R"(C:\a\\)", R"(C:\a\)"},
+        {"COM1", here + R"(\COM1)", noDevices},
+        {R"(C:\nul)", R"(C:\nul)", noDevices},
+        {R"(C:\a. \b .\...\c)", R"(C:\a. \b .\...\c)", withAnyName},
+        {R"(\\srv\share)", R"(\\srv\share)"},
+        {R"(\\srv\share\)", R"(\\srv\share\)"},
+        {"//srv/share/a", R"(\\srv\share\a)"},
+        {R"(\\srv\\share\\a\b\..)", R"(\\srv\share\a)", OnLinux("Wine keeps doubled separators behind a share")},
         {R"(\\srv\share\..\..\a)", R"(\\srv\share\a)"},
         {"C:" + std::string(5000, '\\') + R"(a\..\b)", R"(C:\b)", withLongFullPath},
         {"C:\\\xC3\xA9\\..\\\xF0\x9F\x98\x80", "C:\\\xF0\x9F\x98\x80"},
-        // clang-format on
     };
-    for (const auto& [path, full, onlyOn] : rows) {
-        SCOPED_TRACE(path);
-        if (!HoldsHere(onlyOn))
-            continue;
-        const WideString widePath = Utf8ToWide(path), wideFull = Utf8ToWide(full);
-        for (std::size_t capacity = 1; capacity <= full.size() + 2; ++capacity) {
+    for (const Row& row : RowsHere(rows, &Row::path)) {
+        SCOPED_TRACE(row.path);
+        const WideString path = Utf8ToWide(row.path), full = Utf8ToWide(row.full);
+        for (std::size_t capacity = 1; capacity <= row.full.size() + 2; ++capacity) {
+            SCOPED_TRACE("capacity " + std::to_string(capacity));
             std::string narrow(capacity + 1, '#');
             WideString wide(capacity + 1, '#');
-            const bool fits = _fullpath(narrow.data(), path.c_str(), capacity) == narrow.data();
-            const bool wideFits = _wfullpath(wide.data(), widePath.c_str(), capacity) == wide.data();
-            ASSERT_TRUE(fits == (capacity > full.size()) && wideFits == (capacity > wideFull.size())) << capacity;
-            ASSERT_TRUE(!fits || narrow.starts_with(full + '\0')) << narrow;
-            ASSERT_TRUE(!wideFits || wide.starts_with(wideFull + WideChar())) << WideToUtf8(wide.c_str());
-            ASSERT_TRUE(narrow.back() == '#' && wide.back() == '#') << "written behind a capacity of " << capacity;
+            const bool fits = _fullpath(narrow.data(), row.path.c_str(), capacity) == narrow.data();
+            const bool wideFits = _wfullpath(wide.data(), path.c_str(), capacity) == wide.data();
+            ASSERT_EQ(fits, capacity > row.full.size()) << "of _fullpath";
+            ASSERT_EQ(wideFits, capacity > full.size()) << "of _wfullpath";
+            if (fits) {
+                ASSERT_EQ(narrow.c_str(), row.full);
+            }
+            if (wideFits) {
+                ASSERT_EQ(WideToUtf8(wide.c_str()), row.full);
+            }
+            ASSERT_EQ(narrow.back(), '#') << "written behind it";
+            ASSERT_EQ(wide.back(), '#') << "written behind it";
         }
     }
-    if (!HoldsHere("linux: Windows keeps the current directory from going"))
+    if (!HoldsHere(OnLinux("Windows keeps the current directory from going"), "a current directory that is gone"))
         return;
     // Without a current directory, what is relative to it has no full form.
     Make({"gone/"});
@@ -146,9 +189,12 @@ TEST_F(FullPathServiceTest, ResolvesTheTextWithoutTheDisk) {
     fs::remove(At("gone"));
     char narrow[1040];
     WCHAR wide[1040];
-    for (const char* path : {"", "a", "C:", "C:a"})
-        EXPECT_TRUE(!_fullpath(narrow, path, 1040) && !_wfullpath(wide, Utf8ToWide(path).c_str(), 1040)) << path;
-    EXPECT_TRUE(_fullpath(narrow, R"(\a)", 1040) && _wfullpath(wide, Utf8ToWide("X:a").c_str(), 1040));
+    for (const char* path : {"", "a", "C:", "C:a"}) {
+        EXPECT_EQ(_fullpath(narrow, path, 1040), nullptr) << path;
+        EXPECT_EQ(_wfullpath(wide, Utf8ToWide(path).c_str(), 1040), nullptr) << path;
+    }
+    EXPECT_NE(_fullpath(narrow, R"(\a)", 1040), nullptr);
+    EXPECT_NE(_wfullpath(wide, Utf8ToWide("X:a").c_str(), 1040), nullptr);
 }
 
 } // namespace

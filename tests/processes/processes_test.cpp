@@ -13,16 +13,18 @@ namespace {
 using namespace Vellox::Testing;
 using Words = std::vector<std::string>;
 
-constexpr const char* asScripts = "linux: Windows tells a program by its extension";
+constexpr OnlyOn asScripts = OnLinux("Windows tells a program by its extension");
 
 class ProcessesTest : public ScratchTest {
 protected:
     static void* Launch(Words words) { return LaunchProcess("ignored", words); }
 
-    // Runs to the end. False if the program did not start.
-    static bool Run(const Words& words) {
+    static void ExpectRuns(const Words& words) {
         void* process = Launch(words);
-        return WaitForProcess(process, -1) == 1 && WaitForProcess(process, 0) == 1 && ::CloseHandle(process) != FALSE;
+        EXPECT_NE(process, nullptr) << words[0];
+        EXPECT_EQ(WaitForProcess(process, -1), 1) << words[0];
+        EXPECT_EQ(WaitForProcess(process, 0), 1) << words[0] << ", a second time";
+        ::CloseHandle(process);
     }
 
     // A script below the scratch folder, for the shell of Linux or of Windows.
@@ -49,22 +51,28 @@ TEST_F(ProcessesTest, RefusesWhatIsNoProgram) {
 }
 
 TEST_F(ProcessesTest, FindsProgramsAndGivesThemTheirWords) {
-    constexpr const char* onLinux = "linux: Windows has no such program";
-    const char* const programs[][2] = {{"true", onLinux},
-                                       {"/bin/true", onLinux},
-                                       {R"(C:\bin\true)", onLinux},
-                                       {"cmd /c exit", "windows: it is the shell there"}};
-    for (const auto& [program, onlyOn] : programs)
-        EXPECT_TRUE(!HoldsHere(onlyOn) || Run({program})) << program;
+    constexpr OnlyOn onLinux = OnLinux("Windows has no such program");
+    struct Row {
+        std::string program;
+        OnlyOn onlyOn;
+    };
+    const Row rows[] = {
+        {"true", onLinux},
+        {"/bin/true", onLinux},
+        {R"(C:\bin\true)", onLinux},
+        {"cmd /c exit", OnWindows("it is the shell there")},
+    };
+    for (const Row& row : RowsHere(rows, &Row::program))
+        ExpectRuns({row.program});
     SetEnvironment("VELLOX_TEST_VALUE", "a value");
     const std::string script =
         Script("my apps/script", R"(printf '%s\n' "$VELLOX_TEST_VALUE" "$PWD" "$@" > words)",
                "echo %VELLOX_TEST_VALUE%>words\r\necho %CD%>>words\r\nfor %%w in (%*) do echo %%~w>>words");
     for (const std::string& path : {script, In("") + script}) {
-        EXPECT_TRUE(Run({'"' + path + '"', R"("My Song.sng")", "a", "b"})) << path;
+        ExpectRuns({'"' + path + '"', R"("My Song.sng")", "a", "b"});
         std::string words = ReadFile(At("words"));
         words.erase(std::remove(words.begin(), words.end(), '\r'), words.end());
-        EXPECT_EQ(words, "a value\n" + fs::current_path().string() + "\nMy Song.sng\na\nb\n");
+        EXPECT_EQ(words, "a value\n" + fs::current_path().string() + "\nMy Song.sng\na\nb\n") << path;
         fs::remove(At("words"));
     }
 }
@@ -75,7 +83,8 @@ TEST_F(ProcessesTest, WaitsAsLongAsAskedFromSeveralThreads) {
         Launch({Script("script", "until test -e go; do sleep 0.05; done", ":wait\r\nif not exist go goto wait")});
     ASSERT_NE(process, nullptr);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(WaitForProcess(process, 0) == 0 && WaitForProcess(process, 100) == 0);
+    EXPECT_EQ(WaitForProcess(process, 0), 0);
+    EXPECT_EQ(WaitForProcess(process, 100), 0);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
     WriteFile(At("go"), "");
     std::vector<std::thread> threads;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <numeric>
 #include <set>
@@ -35,6 +36,12 @@ std::string DescribeEntry(const fs::path& folder, const fs::path& path) {
 }
 
 } // namespace
+
+bool HoldsHere(const OnlyOn& onlyOn, std::string_view row) {
+    if (!HoldsHere(onlyOn))
+        std::cout << "[ left out ] " << row.substr(0, 80) << ": " << onlyOn.reason << '\n';
+    return HoldsHere(onlyOn);
+}
 
 void RemoveFolder(const fs::path& folder) {
     for (const auto& entry : fs::recursive_directory_iterator(folder, fs::directory_options::skip_permission_denied))

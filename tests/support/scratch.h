@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <ranges>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,11 @@ fs::path Utf8Path(std::string_view text);
 
 // The path as the library takes it: `C:\...`.
 std::string Win32(const fs::path& path);
+
+// The rows that hold here; the others are told by their name.
+template <typename Row, std::size_t count, typename Name> auto RowsHere(const Row (&rows)[count], Name Row::*name) {
+    return rows | std::views::filter([=](const Row& row) { return HoldsHere(row.onlyOn, row.*name); });
+}
 
 void WriteFile(const fs::path& path, std::string_view content);
 // Below the current folder: files that hold their own name, and folders where a name ends in a slash.

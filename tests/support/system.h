@@ -9,16 +9,30 @@
 
 namespace Vellox::Testing {
 
-// A row of a table that can hold on one system only names that system and tells why: "linux: Wine makes no links".
-bool HoldsHere(std::string_view onlyOn);
+// Where a row of a table or a whole test can hold: on each system, or on one alone, for a reason.
+struct OnlyOn {
+    enum class System { Any, Linux, Windows };
+    System system = System::Any;
+    const char* reason = "";
+};
+constexpr OnlyOn OnLinux(const char* reason) {
+    return {OnlyOn::System::Linux, reason};
+}
+constexpr OnlyOn OnWindows(const char* reason) {
+    return {OnlyOn::System::Windows, reason};
+}
+inline constexpr OnlyOn anywhere = {};
+inline constexpr OnlyOn withLinks = OnLinux("Wine makes no links");
+inline constexpr OnlyOn withRights = OnLinux("rights and marks do not bind Wine's root");
+inline constexpr OnlyOn withoutCodePage = OnLinux("Windows reads narrow text by a code page");
+inline constexpr OnlyOn withLongFullPath = OnLinux("Wine's narrow full path ends at 259 characters");
+inline constexpr OnlyOn withCase = OnLinux("on Windows names do not differ by case");
+inline constexpr OnlyOn withFolderTimes = OnLinux("the shell of Windows gives copied folders a new time");
+inline constexpr OnlyOn withAnyName = OnLinux("Windows drops dots and blanks at the end of a name");
 
-inline constexpr const char* withLinks = "linux: Wine makes no links";
-inline constexpr const char* withRights = "linux: rights and marks do not bind Wine's root";
-inline constexpr const char* withoutCodePage = "linux: Windows reads narrow text by a code page";
-inline constexpr const char* withLongFullPath = "linux: Wine's narrow full path ends at 259 characters";
-inline constexpr const char* withCase = "linux: on Windows names do not differ by case";
-inline constexpr const char* withFolderTimes = "linux: the shell of Windows gives copied folders a new time";
-inline constexpr const char* withAnyName = "linux: Windows drops dots and blanks at the end of a name";
+bool HoldsHere(const OnlyOn& onlyOn);
+// The same for the row of that name, which is told where it is left out.
+bool HoldsHere(const OnlyOn& onlyOn, std::string_view row);
 
 unsigned ProcessNumber();
 

@@ -15,8 +15,8 @@ constexpr struct timespec longAgo { 1234567890, 123456700 };
 
 } // namespace
 
-bool HoldsHere(std::string_view onlyOn) {
-    return !onlyOn.starts_with("windows: ");
+bool HoldsHere(const OnlyOn& onlyOn) {
+    return onlyOn.system != OnlyOn::System::Windows;
 }
 
 unsigned ProcessNumber() {

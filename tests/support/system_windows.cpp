@@ -14,8 +14,8 @@ constexpr FILETIME longAgoTime = {static_cast<DWORD>(longAgo), static_cast<DWORD
 
 } // namespace
 
-bool HoldsHere(std::string_view onlyOn) {
-    return !onlyOn.starts_with("linux: ");
+bool HoldsHere(const OnlyOn& onlyOn) {
+    return onlyOn.system != OnlyOn::System::Linux;
 }
 
 unsigned ProcessNumber() {

@@ -39,10 +39,11 @@ TEST_F(RoutesTest, ReadTheSameBytesInTwoWays) {
     WriteFile(At("place/caf\u00E9.wav"), "take");
     WriteFile(At("place/Canci\u00F3n \u00F1/b"), "take");
     fs::current_path(At("place"));
-    EXPECT_TRUE(CheckPathIsDirectory("caf\xE9.wav", isFolder) && !isFolder &&
-                !CheckPathIsDirectory("caf\u00E9.wav", isFolder));
-    EXPECT_TRUE(CheckFileExistsEvenIfNotAccessible("caf\u00E9.wav") &&
-                !CheckFileExistsEvenIfNotAccessible("caf\xE9.wav"));
+    EXPECT_TRUE(CheckPathIsDirectory("caf\xE9.wav", isFolder));
+    EXPECT_FALSE(isFolder);
+    EXPECT_FALSE(CheckPathIsDirectory("caf\u00E9.wav", isFolder));
+    EXPECT_TRUE(CheckFileExistsEvenIfNotAccessible("caf\u00E9.wav"));
+    EXPECT_FALSE(CheckFileExistsEvenIfNotAccessible("caf\xE9.wav"));
     for (const char* name : {"caf\xE9.wav", "caf\u00E9.wav", "Canci\xF3n \xF1"})
         EXPECT_TRUE(GoesAndComes(name)) << name;
     EXPECT_FALSE(GoesAndComes("Canci\u00F3n \u00F1")) << "the narrow route takes it for no folder";
@@ -75,7 +76,8 @@ TEST_F(RoutesTest, LoseNothingBehindALongPath) {
     }
     EXPECT_EQ(NormalizePath(In("place/" + longFolder)), In("place/" + longFolder));
     DeleteFolderWithContents("song", false, false);
-    EXPECT_FALSE(fs::exists("song") || fs::exists("new"));
+    EXPECT_FALSE(fs::exists("song"));
+    EXPECT_FALSE(fs::exists("new"));
     fs::rename(shortFolder, "f"); // what is longer, std::filesystem could not remove
 }
 
@@ -83,8 +85,10 @@ TEST(Library, LoadsAndUnloads) {
     const fs::path library = fs::path(GetModuleFilename()).parent_path().parent_path() / "vellox.dll";
     for (int round = 0; round < 2; ++round) {
         HMODULE module = ::LoadLibraryW(library.c_str());
-        EXPECT_TRUE(module != nullptr && ::GetProcAddress(module, "testsRunning") != nullptr);
-        EXPECT_TRUE(::FreeLibrary(module) && ::GetModuleHandleA("vellox.dll") == nullptr);
+        ASSERT_NE(module, nullptr);
+        EXPECT_NE(::GetProcAddress(module, "testsRunning"), nullptr);
+        EXPECT_TRUE(::FreeLibrary(module));
+        EXPECT_EQ(::GetModuleHandleA("vellox.dll"), nullptr);
     }
 }
 
