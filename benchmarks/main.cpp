@@ -15,7 +15,6 @@
 //   --quick          smaller folders, files and catalogues
 //   --jobs=REGEX     these jobs only
 //   --count          runs every way once, between marks for strace and callgrind
-//   --memory         prints what GetFolderFiles and a question to the catalogue add to the memory of the process
 
 namespace Vellox::Benchmarks {
 namespace {
@@ -35,7 +34,6 @@ Sizes SizesFor(bool quick, bool count) {
 struct Options {
     bool quick = false;
     bool count = false;
-    bool memory = false;
     std::regex jobs{"."};
 };
 
@@ -49,8 +47,6 @@ Options TakeOptions(int& count, char** words) {
             options.quick = true;
         else if (word == "--count")
             options.count = true;
-        else if (word == "--memory")
-            options.memory = true;
         else if (word.rfind("--jobs=", 0) == 0)
             options.jobs = word.substr(7);
         else
@@ -139,24 +135,6 @@ void Count(const Variant& variant) {
     EndCount(name);
 }
 
-// ---- Memory ----
-
-void PrintMemory(const Sizes& sizes) {
-    const auto print = [](const char* what, std::size_t items, std::size_t bytes, const Action& run) {
-        std::cout << what << '\t' << items << '\t' << bytes << '\t' << PeakGrowth(run) << '\n';
-    };
-    const std::string pattern = Win32(FlatFolder(sizes.listed)) + "\\*";
-    std::size_t bytes = 0;
-    for (std::size_t number = 0; number < sizes.listed; ++number)
-        bytes += sizeof(std::string) + FileName(number).size() + 1;
-    print("GetFolderFiles", sizes.listed, bytes, [&] { benchmark::DoNotOptimize(FileNames::GetFolderFiles(pattern)); });
-    if (!TakeHomeFolder(Scratch() / "home"))
-        return;
-    const std::size_t records = sizes.catalogues.back();
-    MakeCatalogue(records);
-    print("CanPutBack", records, fs::file_size(CatalogueFile()), [=] { AskCatalogue(records); });
-}
-
 int Run(int count, char** words) {
     const Options options = TakeOptions(count, words);
     const Sizes sizes = SizesFor(options.quick, options.count);
@@ -167,9 +145,7 @@ int Run(int count, char** words) {
 #ifndef __OPTIMIZE__
     std::cerr << "warning: this program was built without optimisation, so its times mean nothing\n";
 #endif
-    if (options.memory) {
-        PrintMemory(sizes);
-    } else if (options.count) {
+    if (options.count) {
         for (const Variant& variant : variants)
             if (CanBeCounted(variant))
                 Count(variant);

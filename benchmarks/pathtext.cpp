@@ -42,24 +42,18 @@ std::string_view Parent(std::string_view path) {
     return end == nullptr ? path : path.substr(0, static_cast<std::size_t>(end - path.data()));
 }
 
-OUT_OF_LINE std::string_view ExtensionLimit(std::string_view path) {
-    return Extension(path);
+// The tightest loop gives a view of the part.
+template <std::string_view (*Part)(std::string_view)> OUT_OF_LINE std::string_view View(std::string_view path) {
+    return Part(path);
 }
 
 OUT_OF_LINE std::string ExtensionFloor(std::string& path) {
     return std::string(Extension(path));
 }
 
-OUT_OF_LINE std::string_view FileNameLimit(std::string_view path) {
-    return FileNameOf(path);
-}
-
+// The library's function, too, reads up to the first NUL.
 OUT_OF_LINE std::string FileNameFloor(std::string path) {
     return std::string(FileNameOf(path.c_str()));
-}
-
-OUT_OF_LINE std::string_view ParentLimit(std::string_view path) {
-    return Parent(path);
 }
 
 OUT_OF_LINE std::string ParentFloor(std::string path) {
@@ -254,6 +248,16 @@ template <typename Inputs, typename Function> std::function<void()> ForEach(Inpu
     };
 }
 
+// The tightest loops write into a buffer of the caller's.
+template <typename Function> auto IntoBuffer(Function function) {
+    return [function](const auto&... texts) {
+        char buffer[2 * bufferSize];
+        const std::string_view result = function(std::string_view(texts)..., buffer);
+        benchmark::DoNotOptimize(buffer);
+        return result;
+    };
+}
+
 // The same for pairs: each text and the one at its place in the second list.
 template <typename Inputs, typename Function>
 std::function<void()> ForPairs(const Inputs& first, const Inputs& second, Function function) {
@@ -270,7 +274,7 @@ constexpr const char* byHand = "by hand";
 void AddParts(Variants& variants) {
     using namespace Vellox::FileNames;
     const Job extension(variants, "extension", SamplePaths().size());
-    extension.Add(Role::Limit, "view", ForEach(Paths(), ExtensionLimit));
+    extension.Add(Role::Limit, "view", ForEach(Paths(), View<Extension>));
     extension.Add(Role::Floor, byHand, ForEach(Paths(), ExtensionFloor));
     extension.Add(Role::Library, "GetExtension",
                   ForEach(Paths(), [](std::string& path) { return GetExtension(path); }));
@@ -279,7 +283,7 @@ void AddParts(Variants& variants) {
     extension.Add(Role::Peer, fromPath, ForEach(ReadyPaths(), [](const fs::path& path) { return path.extension(); }));
 
     const Job name(variants, "file name", SamplePaths().size());
-    name.Add(Role::Limit, "view", ForEach(Paths(), FileNameLimit));
+    name.Add(Role::Limit, "view", ForEach(Paths(), View<FileNameOf>));
     name.Add(Role::Floor, byHand, ForEach(Paths(), FileNameFloor));
     name.Add(Role::Library, "GetFilenameWithoutPath",
              ForEach(Paths(), [](const std::string& path) { return GetFilenameWithoutPath(path); }));
@@ -288,7 +292,7 @@ void AddParts(Variants& variants) {
     name.Add(Role::Peer, fromPath, ForEach(ReadyPaths(), [](const fs::path& path) { return path.filename(); }));
 
     const Job parent(variants, "parent", SamplePaths().size());
-    parent.Add(Role::Limit, "view", ForEach(Paths(), ParentLimit));
+    parent.Add(Role::Limit, "view", ForEach(Paths(), View<Parent>));
     parent.Add(Role::Floor, byHand, ForEach(Paths(), ParentFloor));
     parent.Add(Role::Library, "GetFolderPathFromFilename", ForEach(Paths(), GetFolderPathFromFilename));
     parent.Add(Role::Peer, fromString,
@@ -297,12 +301,9 @@ void AddParts(Variants& variants) {
 
     static const std::string peaks = ".peaks";
     const Job replaced(variants, "replaced extension", SamplePaths().size());
-    replaced.Add(Role::Limit, "view and buffer", ForEach(Paths(), [](std::string_view path) {
-                     char buffer[bufferSize];
-                     const std::string_view result = ReplacedExtensionLimit(path, peaks, buffer);
-                     benchmark::DoNotOptimize(buffer);
-                     return result;
-                 }));
+    replaced.Add(Role::Limit, "view and buffer", ForEach(Paths(), IntoBuffer([](std::string_view path, char* buffer) {
+                                                             return ReplacedExtensionLimit(path, peaks, buffer);
+                                                         })));
     replaced.Add(Role::Floor, byHand,
                  ForEach(Paths(), [](const std::string& path) { return ReplacedExtensionFloor(path, peaks); }));
     replaced.Add(Role::Library, "ExtensionChange",
@@ -319,12 +320,7 @@ void AddNormalForms(Variants& variants) {
     static const Texts nativeDetours = WithDetours(NativePaths());
     static const std::vector<fs::path> readyDetours(nativeDetours.begin(), nativeDetours.end());
     const Job absolute(variants, "normal form, absolute", SamplePaths().size());
-    absolute.Add(Role::Limit, "one pass", ForEach(detours, [](std::string_view path) {
-                     char buffer[bufferSize];
-                     const std::string_view result = NormalForm(path, buffer);
-                     benchmark::DoNotOptimize(buffer);
-                     return result;
-                 }));
+    absolute.Add(Role::Limit, "one pass", ForEach(detours, IntoBuffer(NormalForm)));
     absolute.Add(Role::Floor, byHand, ForEach(detours, NormalFormFloor));
     absolute.Add(Role::Library, "NormalizePath", ForEach(detours, FileNames::NormalizePath));
     absolute.Add(Role::Peer, fromString, ForEach(nativeDetours, [](const std::string& path) {
@@ -362,12 +358,7 @@ void AddRelations(Variants& variants) {
     }();
     static const Texts nativeOthers = AsNative(others);
     const Job relative(variants, "relative path", SamplePaths().size());
-    relative.Add(Role::Limit, "one pass", ForPairs(others, paths, [](std::string_view other, std::string_view path) {
-                     char buffer[2 * bufferSize];
-                     const std::string_view result = RelativePath(other, path, buffer);
-                     benchmark::DoNotOptimize(buffer);
-                     return result;
-                 }));
+    relative.Add(Role::Limit, "one pass", ForPairs(others, paths, IntoBuffer(RelativePath)));
     relative.Add(Role::Floor, byHand, ForPairs(others, paths, [](const std::string& other, const std::string& path) {
                      std::string result;
                      RelativePathFloor(result, other, path);

@@ -121,12 +121,6 @@ def count_instructions(options):
     return counts
 
 
-def measure_memory(options):
-    rows = [line.split("\t") for line in run(options, "--memory").splitlines()]
-    return [{"what": what, "items": int(items), "bytes": int(size), "peak": int(peak)}
-            for what, items, size, peak in rows]
-
-
 def describe_machine(options):
     model = platform.processor() or platform.machine()
     memory = ""
@@ -234,12 +228,6 @@ def print_growth(values):
                 rows)
 
 
-def print_memory(rows):
-    print_table("Memory at the peak", ["call", "items", "bytes of the result or file", "peak", "multiple"],
-                [[row["what"], f"{row['items']:,}", f"{row['bytes']:,}", f"{row['peak']:,}",
-                  f"{row['peak'] / row['bytes']:.2f}"] for row in rows])
-
-
 # ---- The plot ----
 
 
@@ -290,7 +278,6 @@ def parse_options():
     parser.add_argument("--quick", action="store_true", help="smaller sizes and fewer repetitions: under a minute")
     parser.add_argument("--filter", default=".", metavar="REGEX", help="these jobs only")
     parser.add_argument("--times", action="store_true", help="the first table only")
-    parser.add_argument("--json", action="store_true", help="print all figures as JSON")
     parser.add_argument("--plot", metavar="FILE", help="draw the ratios into an SVG file")
     parser.add_argument("--scratch", metavar="FOLDER", help="where the files stand; /dev/shm if there is one, as a disk "
                         "adds its own time and noise")
@@ -308,7 +295,6 @@ def main():
     times = measure(options, f"^(?!growth|{LONG})(?=.*({options.filter}))", of_short, 0.01)
     times |= measure(options, f"^(?={LONG})(?=.*({options.filter}))", of_long, 0.02)
     result = {"machine": describe_machine(options), "quick": options.quick, "times": times}
-    is_whole = options.filter == "." and not options.times
     if not options.times:
         result["growth"] = measure(options, f"^(?=growth)(?=.*({options.filter}))", 3, 0.02)
         result["system calls"] = count_system_calls(options)
@@ -316,22 +302,13 @@ def main():
             result["instructions"] = count_instructions(options)
     if not any(values for name, values in result.items() if name not in ("machine", "quick")):
         sys.exit(f"no job is called {options.filter}")
-    if is_whole:
-        result["memory"] = measure_memory(options)
     if options.plot:
         plot(times, result["machine"], options.plot)
-    if options.json:
-        print(json.dumps({key: [{**way._asdict(), "value": figure} for way, figure in value.items()]
-                          if isinstance(value, dict) else value for key, value in result.items()},
-                         indent=1, ensure_ascii=False))
-        return
     print(result["machine"])
     print_times(times)
     if not options.times:
         print_counts(result["system calls"], result.get("instructions", {}))
         print_growth(result["growth"])
-    if is_whole:
-        print_memory(result["memory"])
 
 
 main()

@@ -25,7 +25,4 @@ bool CanBeCounted(const Variant& variant);
 void BeginCount(const std::string& name);
 void EndCount(const std::string& name);
 
-// The bytes by which the memory of the process grew at its peak, while it ran; 0 where the system does not tell.
-std::size_t PeakGrowth(const std::function<void()>& run);
-
 } // namespace Vellox::Benchmarks

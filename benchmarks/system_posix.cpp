@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <glob.h>
-#include <malloc.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -14,7 +13,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 #include "scratch.h"
 #include "system.h"
@@ -373,29 +371,6 @@ void EndCount(const std::string& name) {
     CALLGRIND_STOP_INSTRUMENTATION;
     const std::string mark = "end: " + name;
     benchmark::DoNotOptimize(::write(-1, mark.data(), mark.size()));
-}
-
-namespace {
-
-std::size_t KibibytesInStatus(const std::string& field) {
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    std::size_t value = 0;
-    while (status >> word)
-        if (word == field && status >> value)
-            return value;
-    return 0;
-}
-
-} // namespace
-
-std::size_t PeakGrowth(const std::function<void()>& run) {
-    ::malloc_trim(0);
-    std::ofstream("/proc/self/clear_refs") << "5";
-    const std::size_t before = KibibytesInStatus("VmRSS:");
-    run();
-    const std::size_t peak = KibibytesInStatus("VmHWM:");
-    return peak > before ? (peak - before) * 1024 : 0;
 }
 
 } // namespace Vellox::Benchmarks

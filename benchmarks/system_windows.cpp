@@ -43,9 +43,4 @@ bool CanBeCounted(const Variant& /*variant*/) {
 void BeginCount(const std::string& /*name*/) {}
 void EndCount(const std::string& /*name*/) {}
 
-std::size_t PeakGrowth(const std::function<void()>& run) {
-    run();
-    return 0;
-}
-
 } // namespace Vellox::Benchmarks
