@@ -188,12 +188,13 @@ bool BringToDisk(const WCHAR* path) {
 void CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
     const PosixPath source(from);
     const PosixPath destination(to);
-    struct stat status;
-    if (!source.IsValid() || !destination.IsValid() || ::stat(source.Text(), &status) != 0)
+    if (!source.IsValid() || !destination.IsValid())
         return;
+    const Descriptor original = Posix::OpenPlace(source.Text());
+    struct stat status;
     const Descriptor folder = Posix::Open(destination.Text(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (folder)
-        Posix::KeepFolderAttributes(folder.Get(), status);
+    if (folder && original && ::fstat(original.Get(), &status) == 0)
+        Posix::KeepAttributes({original.Get(), status}, folder.Get(), Posix::Keep::ForMove);
 }
 
 } // namespace Vellox::Platform

@@ -19,6 +19,22 @@ bool FailWritingFromErrno();
 // Takes the result of a call that is made for what it may do, and whose failure changes nothing.
 inline void MayFail(int /*result*/) {}
 
+// Around a clean-up: what failed before it is still told after it.
+class KeptErrors {
+public:
+    KeptErrors() : last_(::GetLastError()), number_(errno) {}
+    KeptErrors(const KeptErrors&) = delete;
+    KeptErrors& operator=(const KeptErrors&) = delete;
+    ~KeptErrors() {
+        ::SetLastError(last_);
+        errno = number_;
+    }
+
+private:
+    DWORD last_;
+    int number_;
+};
+
 // A system call that a signal interrupts is made again.
 template <typename Call> auto Retried(Call call) {
     auto result = call();

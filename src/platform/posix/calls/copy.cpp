@@ -100,7 +100,7 @@ BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists)
             return FALSE;
         // What comes meanwhile may be in use, and is looked at first.
         const Existing found = target.existing ? existing : Existing::Refuse;
-        if (CopyRegularFile(file.Get(), status, target.folder.Get(), target.name.c_str(), found))
+        if (CopyRegularFile({file.Get(), status}, {target.folder.Get(), target.name.c_str()}, found, Keep::ForCopy))
             return TRUE;
         const bool hasCome = found != existing && ::GetLastError() == ERROR_FILE_EXISTS;
         if (!hasCome || ::lseek(file.Get(), 0, SEEK_SET) != 0)

@@ -13,6 +13,7 @@
 #include "platform/posix/base/rename.h"
 #include "platform/posix/base/sharing.h"
 #include "platform/posix/base/times.h"
+#include "platform/posix/base/transfer.h"
 #include "platform/posix/win32.h"
 
 using namespace Vellox::Posix;
@@ -74,16 +75,10 @@ BOOL ReadFile(HANDLE file, void* data, DWORD count, DWORD* done, OVERLAPPED* /*o
     int descriptor = 0;
     if (!ToDescriptor(file, descriptor))
         return FALSE;
-    while (*done < count) {
-        char* position = static_cast<char*>(data) + *done;
-        const ssize_t read = Retried([&] { return ::read(descriptor, position, count - *done); });
-        if (read < 0)
-            return static_cast<BOOL>(FailFromErrno());
-        if (read == 0)
-            break;
-        *done += static_cast<DWORD>(read);
-    }
-    return TRUE;
+    std::size_t read = 0;
+    const bool isRead = ReadAll(descriptor, data, count, read) || FailFromErrno();
+    *done = static_cast<DWORD>(read);
+    return static_cast<BOOL>(isRead);
 }
 
 BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPPED* /*overlapped*/) {
@@ -91,14 +86,10 @@ BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPP
     int descriptor = 0;
     if (!ToDescriptor(file, descriptor))
         return FALSE;
-    while (*done < count) {
-        const char* position = static_cast<const char*>(data) + *done;
-        const ssize_t written = Retried([&] { return ::write(descriptor, position, count - *done); });
-        if (written < 0)
-            return static_cast<BOOL>(FailWritingFromErrno());
-        *done += static_cast<DWORD>(written);
-    }
-    return TRUE;
+    std::size_t written = 0;
+    const bool isWritten = WriteAll(descriptor, data, count, written) || FailWritingFromErrno();
+    *done = static_cast<DWORD>(written);
+    return static_cast<BOOL>(isWritten);
 }
 
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method) {

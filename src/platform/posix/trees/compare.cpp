@@ -12,6 +12,7 @@
 #include "platform/posix/base/descriptor.h"
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/sharing.h"
+#include "platform/posix/base/transfer.h"
 #include "platform/posix/trees/delete.h"
 
 namespace Vellox::Posix {
@@ -44,20 +45,6 @@ bool HoldSameLink(Entry first, Entry second) {
            std::equal(firstTarget, firstTarget + firstLength, secondTarget);
 }
 
-// -1 after a failure.
-ssize_t ReadPiece(int file, char* buffer, std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t read = Retried([&] { return ::read(file, buffer + done, size - done); });
-        if (read < 0)
-            return -1;
-        if (read == 0)
-            break;
-        done += static_cast<std::size_t>(read);
-    }
-    return static_cast<ssize_t>(done);
-}
-
 Descriptor OpenToRead(Entry entry) {
     return OpenAt(entry.folder, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
 }
@@ -70,10 +57,11 @@ bool HoldSameBytes(Entry first, Entry second) {
     char firstBytes[comparedSize];
     char secondBytes[comparedSize];
     while (true) {
-        const ssize_t firstCount = ReadPiece(firstFile.Get(), firstBytes, comparedSize);
-        const ssize_t secondCount = ReadPiece(secondFile.Get(), secondBytes, comparedSize);
-        if (firstCount != secondCount || firstCount < 0 ||
-            !std::equal(firstBytes, firstBytes + firstCount, secondBytes))
+        std::size_t firstCount = 0;
+        std::size_t secondCount = 0;
+        if (!ReadAll(firstFile.Get(), firstBytes, comparedSize, firstCount) ||
+            !ReadAll(secondFile.Get(), secondBytes, comparedSize, secondCount) ||
+            !std::equal(firstBytes, firstBytes + firstCount, secondBytes, secondBytes + secondCount))
             return false;
         if (firstCount == 0)
             return true;

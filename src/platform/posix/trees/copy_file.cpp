@@ -3,94 +3,145 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <limits>
+
 #include "platform/posix/base/descriptor.h"
 #include "platform/posix/base/errors.h"
+#include "platform/posix/base/transfer.h"
 
 namespace Vellox::Posix {
 namespace {
 
-constexpr std::size_t kernelCopySize = std::size_t{1} << 30;
-constexpr off_t unknownSize = -1;
-constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+constexpr off_t bufferSize = off_t{64} * 1024;
+constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();
 
-bool WriteAll(int file, const char* data, std::size_t count) {
-    while (count > 0) {
-        const ssize_t written = Retried([&] { return ::write(file, data, count); });
-        if (written < 0)
-            return FailWritingFromErrno();
-        data += written;
-        count -= static_cast<std::size_t>(written);
+// What is left of a stretch between the two files' positions, which both calls for copying move on.
+struct Stretch {
+    int source;
+    int copy;
+    off_t length;
+};
+
+// Clones the blocks where the file system can. The kernel may stop early, at the end of the file or for a reason of its
+// own, such as two file systems; whoever reads on from there finds out which it was.
+void CopyInKernel(Stretch& stretch) {
+    constexpr off_t mostAtOnce = off_t{1} << 30;
+    while (stretch.length > 0) {
+        const auto count = static_cast<std::size_t>(std::min(stretch.length, mostAtOnce));
+        const ssize_t copied =
+            Retried([&] { return ::copy_file_range(stretch.source, nullptr, stretch.copy, nullptr, count, 0); });
+        if (copied <= 0)
+            return;
+        stretch.length -= copied;
     }
-    return true;
 }
 
-// A piece that does not fill the buffer is the last one, if with it all is there that the file is said to hold.
-bool CopyByReading(int source, int destination, off_t expected) {
+bool CopyByReading(Stretch stretch) {
     char buffer[bufferSize];
-    off_t done = 0;
-    while (true) {
-        const ssize_t read = Retried([&] { return ::read(source, buffer, sizeof buffer); });
-        if (read < 0)
+    while (stretch.length > 0) {
+        const auto count = static_cast<std::size_t>(std::min(stretch.length, bufferSize));
+        std::size_t read = 0;
+        std::size_t written = 0;
+        if (!ReadAll(stretch.source, buffer, count, read))
             return FailFromErrno();
-        if (read == 0)
+        if (!WriteAll(stretch.copy, buffer, read, written))
+            return FailWritingFromErrno();
+        if (read < count)
             return true;
-        if (!WriteAll(destination, buffer, static_cast<std::size_t>(read)))
-            return false;
-        done += read;
-        if (done == expected && static_cast<std::size_t>(read) < sizeof buffer)
-            return true;
+        stretch.length -= static_cast<off_t>(read);
     }
-}
-
-// The kernel may stop early, at the end of the file or for a reason of its own; reading goes on from there, and
-// finds out which it was. A small file costs less without it.
-bool CopyContents(int source, int destination, off_t size) {
-    if (size < static_cast<off_t>(bufferSize))
-        return CopyByReading(source, destination, size);
-    while (Retried([&] { return ::copy_file_range(source, nullptr, destination, nullptr, kernelCopySize, 0); }) > 0) {
-    }
-    return CopyByReading(source, destination, unknownSize);
-}
-
-// A file system that cannot keep them is no reason to have no copy.
-void KeepFileAttributes(int file, const struct stat& status) {
-    const struct timespec times[] = {status.st_atim, status.st_mtim};
-    MayFail(::fchmod(file, status.st_mode & 0777));
-    MayFail(::futimens(file, times));
-}
-
-bool FillCopy(int source, const struct stat& status, int copy) {
-    if (!CopyContents(source, copy, status.st_size))
-        return false;
-    KeepFileAttributes(copy, status);
     return true;
+}
+
+bool CopyStretch(Stretch stretch) {
+    CopyInKernel(stretch);
+    return CopyByReading(stretch);
+}
+
+// One read that ends where the file is said to end is enough. Some files, as in /proc, hold more than they are said to.
+bool CopySmallFile(const OpenEntry& source, int copy) {
+    char buffer[bufferSize];
+    const ssize_t read = Retried([&] { return ::read(source.descriptor, buffer, sizeof buffer); });
+    if (read < 0)
+        return FailFromErrno();
+    std::size_t written = 0;
+    if (!WriteAll(copy, buffer, static_cast<std::size_t>(read), written))
+        return FailWritingFromErrno();
+    return read == source.status.st_size || CopyByReading({source.descriptor, copy, toTheEnd});
+}
+
+// Nothing is written behind the last hole, so the size has to be told.
+bool EndInHole(int source, int copy) {
+    const off_t size = ::lseek(source, 0, SEEK_END);
+    if (size < 0)
+        return FailFromErrno();
+    return Retried([&] { return ::ftruncate(copy, size); }) == 0 || FailWritingFromErrno();
+}
+
+bool CopyBetweenHoles(int source, int copy) {
+    off_t hole = 0;
+    while (true) {
+        const off_t data = ::lseek(source, hole, SEEK_DATA);
+        if (data < 0 && errno == ENXIO)
+            return EndInHole(source, copy);
+        if (data < 0)
+            return CopyStretch({source, copy, toTheEnd});
+        hole = ::lseek(source, data, SEEK_HOLE);
+        if (hole < 0 || ::lseek(source, data, SEEK_SET) < 0 || ::lseek(copy, data, SEEK_SET) < 0)
+            return FailFromErrno();
+        if (!CopyStretch({source, copy, hole - data}))
+            return false;
+    }
+}
+
+// A file without holes takes up at least its size. One that is smaller on the disk has holes, or is compressed.
+bool HasHoles(const struct stat& status) {
+    constexpr off_t blockSize = 512; // of st_blocks, on every file system
+    return status.st_blocks < status.st_size / blockSize;
+}
+
+bool CopyContents(const OpenEntry& source, int copy) {
+    if (HasHoles(source.status))
+        return CopyBetweenHoles(source.descriptor, copy);
+    if (source.status.st_size < bufferSize)
+        return CopySmallFile(source, copy);
+    return CopyStretch({source.descriptor, copy, toTheEnd});
 }
 
 Descriptor CreateFileAt(int folder, const char* name) {
     return OpenAt(folder, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
 }
 
-bool CopyUnderName(int source, const struct stat& status, int folder, const char* name) {
-    const Descriptor copy = CreateFileAt(folder, name);
+bool CopyUnderName(const OpenEntry& source, Entry entry, Keep keep) {
+    const Descriptor copy = CreateFileAt(entry.folder, entry.name);
     if (!copy)
         return FailWritingFromErrno();
-    if (FillCopy(source, status, copy.Get()))
+    if (FillCopy(source, copy.Get(), keep))
         return true;
-    ::unlinkat(folder, name, 0);
+    const KeptErrors errors;
+    ::unlinkat(entry.folder, entry.name, 0);
     return false;
 }
 
 } // namespace
 
-bool CopyRegularFile(int source, const struct stat& status, int folder, const char* name, Existing existing) {
+bool FillCopy(const OpenEntry& source, int copy, Keep keep) {
+    if (!CopyContents(source, copy))
+        return false;
+    KeepAttributes(source, copy, keep);
+    return true;
+}
+
+bool CopyRegularFile(const OpenEntry& source, Entry entry, Existing existing, Keep keep) {
     if (existing == Existing::Impossible)
-        return CopyUnderName(source, status, folder, name);
-    TemporaryEntry entry(folder);
+        return CopyUnderName(source, entry, keep);
+    TemporaryEntry prepared(entry.folder);
     const Descriptor copy(
-        entry.Create([](int place, const char* free) { return CreateFileAt(place, free).Release(); }));
+        prepared.Create([](int folder, const char* name) { return CreateFileAt(folder, name).Release(); }));
     if (!copy)
         return FailWritingFromErrno();
-    return FillCopy(source, status, copy.Get()) && entry.Publish(name, existing);
+    return FillCopy(source, copy.Get(), keep) && prepared.Publish(entry.name, existing);
 }
 
 } // namespace Vellox::Posix

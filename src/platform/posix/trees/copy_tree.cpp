@@ -29,21 +29,17 @@ bool CopyFile(Entry from, Entry to, Existing existing) {
         return Fail(ERROR_ACCESS_DENIED);
     if (!TakeSharingLocks(source.Get(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE))
         return false;
-    return CopyRegularFile(source.Get(), status, to.folder, to.name, existing);
+    return CopyRegularFile({source.Get(), status}, to, existing, Keep::ForCopy);
 }
 
-void KeepEntryAttributes(Entry entry, const struct stat& status) {
-    const struct timespec times[] = {status.st_atim, status.st_mtim};
-    if (!S_ISLNK(status.st_mode))
-        MayFail(::fchmodat(entry.folder, entry.name, status.st_mode & 0777, 0));
-    MayFail(::utimensat(entry.folder, entry.name, times, AT_SYMLINK_NOFOLLOW));
-}
-
-bool CopyFifo(const struct stat& status, Entry to, Existing existing) {
+bool CopyFifo(Entry from, const struct stat& status, Entry to, Existing existing) {
+    const Descriptor source = OpenAt(from.folder, from.name, O_PATH | O_NOFOLLOW | O_CLOEXEC);
     TemporaryEntry entry(to.folder);
     if (entry.Create([](int folder, const char* name) { return ::mkfifoat(folder, name, 0600); }) != 0)
         return FailFromErrno();
-    KeepEntryAttributes({to.folder, entry.Name()}, status);
+    const Descriptor copy = OpenAt(to.folder, entry.Name(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (source && copy)
+        KeepAttributes({source.Get(), status}, copy.Get(), Keep::ForCopy);
     return entry.Publish(to.name, existing);
 }
 
@@ -53,7 +49,7 @@ bool CopyAnyButFolder(Entry from, const struct stat& status, Entry to, Existing 
     if (S_ISLNK(status.st_mode))
         return CopyLink(from, status, to, existing);
     if (S_ISFIFO(status.st_mode))
-        return CopyFifo(status, to, existing);
+        return CopyFifo(from, status, to, existing);
     return Fail(ERROR_NOT_SUPPORTED);
 }
 
@@ -97,7 +93,7 @@ bool FillNewFolder(DIR* listing, const struct stat& status, Entry to, const stru
     if (!folder)
         return FailFromErrno();
     const bool whole = CopyListed(listing, {folder.Get(), true, source}, depth);
-    KeepFolderAttributes(folder.Get(), status);
+    KeepAttributes({::dirfd(listing), status}, folder.Get(), Keep::ForCopy);
     return whole;
 }
 
@@ -192,7 +188,7 @@ bool CopyLink(Entry from, const struct stat& status, Entry to, Existing existing
     const auto make = [&](int folder, const char* name) { return ::symlinkat(target, folder, name); };
     if (entry.Create(make) != 0)
         return FailFromErrno();
-    KeepEntryAttributes({to.folder, entry.Name()}, status);
+    KeepLinkAttributes(status, {to.folder, entry.Name()}, Keep::ForCopy);
     return entry.Publish(to.name, existing);
 }
 

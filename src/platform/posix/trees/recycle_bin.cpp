@@ -13,6 +13,7 @@
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/paths.h"
 #include "platform/posix/base/rename.h"
+#include "platform/posix/base/transfer.h"
 
 namespace Vellox::Posix {
 namespace {
@@ -148,12 +149,11 @@ bool WriteInfo(const Bin& bin, const std::string& name, const std::string& text)
     const Descriptor file = OpenAt(bin.info.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (!file)
         return false;
-    const ssize_t written = Retried([&] { return ::write(file.Get(), text.data(), text.size()); });
-    if (written == static_cast<ssize_t>(text.size()))
+    std::size_t written = 0;
+    if (WriteAll(file.Get(), text.data(), text.size(), written))
         return true;
-    const int error = written < 0 ? errno : ENOSPC;
+    const KeptErrors errors;
     ::unlinkat(bin.info.Get(), name.c_str(), 0);
-    errno = error;
     return false;
 }
 

@@ -11,8 +11,10 @@
 namespace Vellox::Posix {
 
 TemporaryEntry::~TemporaryEntry() {
-    if (!name_.empty())
-        DeleteTreeEntry({folder_, name_.c_str()});
+    if (name_.empty())
+        return;
+    const KeptErrors errors;
+    DeleteTreeEntry({folder_, name_.c_str()});
 }
 
 bool TemporaryEntry::Publish(const char* name, Existing existing) {
