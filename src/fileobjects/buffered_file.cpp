@@ -44,7 +44,7 @@ void KeepingReader::SkipToEnd() {
 }
 
 BufferedWriter::BufferedWriter(CFileBase& file)
-    : file_(file), buffer_(std::make_unique_for_overwrite<char[]>(fileBufferSize)) {}
+    : file_(file), buffer_(new char[fileBufferSize]) {} // make_unique would fill it first
 
 std::size_t BufferedWriter::Write(const void* data, std::size_t count) {
     std::size_t done = 0;
