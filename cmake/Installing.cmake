@@ -19,5 +19,7 @@ install(FILES
 
 # The installed tree can be moved: the file finds its prefix from where it stands.
 file(RELATIVE_PATH VELLOX_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+list(TRANSFORM VELLOX_LAYOUT PREPEND " -D" OUTPUT_VARIABLE VELLOX_PC_DEFINITIONS)
+list(JOIN VELLOX_PC_DEFINITIONS "" VELLOX_PC_DEFINITIONS)
 configure_file(cmake/vellox.pc.in vellox.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vellox.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -24,6 +24,28 @@
 #include <cstdint>
 #include <string>
 
+// Strings and lists cross the border of the library, so a host has to lay them out as the library does: by the same
+// standard library with the same settings. The macros VELLOX_WITH_... tell where the library was built otherwise than
+// g++ does by itself. The CMake package and vellox.pc define them for a host; one that uses neither defines them itself.
+// Other ways to change layouts, such as -fpack-struct, are not seen here.
+#if !defined(VELLOX_BUILDING) && !defined(VELLOX_STATIC) && !defined(VELLOX_LAYOUT_UNKNOWN)
+#if defined(_WIN32) && !defined(__MINGW32__)
+#error "vellox.dll is made with g++ of mingw-w64, and a host of another compiler cannot link it"
+#endif
+#if defined(_LIBCPP_VERSION) != defined(VELLOX_WITH_LIBCXX)
+#error "build vellox and its host with libc++, or neither; VELLOX_WITH_LIBCXX says vellox is"
+#endif
+#if defined(__GLIBCXX__) && !_GLIBCXX_USE_CXX11_ABI != defined(VELLOX_WITH_OLDABI)
+#error "build vellox and its host with _GLIBCXX_USE_CXX11_ABI=0, or neither; VELLOX_WITH_OLDABI says vellox is"
+#endif
+#if defined(_GLIBCXX_DEBUG) != defined(VELLOX_WITH_DEBUG)
+#error "build vellox and its host with _GLIBCXX_DEBUG, or neither; VELLOX_WITH_DEBUG says vellox is"
+#endif
+#if defined(_UCRT) != defined(VELLOX_WITH_UCRT)
+#error "build vellox and its host with the UCRT, or neither; VELLOX_WITH_UCRT says vellox is"
+#endif
+#endif
+
 /// Define VELLOX_STATIC to use the library's objects directly instead of the shared library.
 #if defined(VELLOX_STATIC)
 #define VELLOX_API
