@@ -15,6 +15,8 @@ write_basic_package_version_file(VelloxConfigVersion.cmake COMPATIBILITY SameMaj
 install(FILES
   ${PROJECT_BINARY_DIR}/VelloxConfig.cmake
   ${PROJECT_BINARY_DIR}/VelloxConfigVersion.cmake
+  cmake/VelloxProgram.cmake
+  cmake/VelloxProgram.rc
   DESTINATION ${package_dir} COMPONENT development)
 
 # The installed tree can be moved: the file finds its prefix from where it stands.
