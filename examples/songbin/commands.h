@@ -7,7 +7,7 @@ namespace songbin {
 
 using Operands = std::vector<std::string>;
 
-enum class OutputForm { Readable, Json, Names };
+enum class OutputForm { Readable, Json, Names, NulEndedNames };
 
 struct Request {
     Operands operands;

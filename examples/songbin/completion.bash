@@ -11,11 +11,11 @@ _songbin_paths() {
 _songbin_items() {
     local name word=${COMP_WORDS[COMP_CWORD]}
     local quote=${word%%[!\"\']*} typed=${word//[\\\"\']/}
-    while IFS= read -r name; do
+    while IFS= read -r -d '' name; do
         [[ $name == "$typed"* ]] || continue
         [ -n "$quote" ] || name=$(printf %q "$name")
         COMPREPLY+=("$quote$name$quote")
-    done < <("${COMP_WORDS[0]}" list --names 2>/dev/null)
+    done < <("${COMP_WORDS[0]}" list --null 2>/dev/null)
 }
 
 _songbin() {
@@ -25,7 +25,7 @@ _songbin() {
         return
     fi
     case ${COMP_WORDS[1]}:${COMP_WORDS[COMP_CWORD]} in
-        list:-*) _songbin_among "--json --names" ;;
+        list:-*) _songbin_among "--json --names --null" ;;
         info:-*) _songbin_among "--json" ;;
         list:* | help:*) ;;
         restore:*) _songbin_items ;;

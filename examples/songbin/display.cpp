@@ -36,6 +36,19 @@ std::string WithCode(int code, const std::string& text) {
     return escape + ("[" + std::to_string(code)) + "m" + text + escape + "[0m";
 }
 
+std::string WithoutControls(const std::string& text) {
+    std::string printable;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t size = CharacterSize(rest);
+        if (size == 0 || StartsWithControl(rest))
+            printable += '?';
+        else
+            printable += rest.substr(0, size);
+        rest.remove_prefix(std::max<std::size_t>(size, 1));
+    }
+    return printable;
+}
+
 // Every character of UTF-8 has one byte that does not continue another.
 std::size_t CountCharacters(const std::string& text) {
     std::size_t count = 0;
@@ -105,16 +118,7 @@ std::string CountItems(std::size_t count) {
 }
 
 std::string Printable(const std::string& text) {
-    std::string printable;
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t size = CharacterSize(rest);
-        if (size == 0 || StartsWithControl(rest))
-            printable += '?';
-        else
-            printable += rest.substr(0, size);
-        rest.remove_prefix(std::max<std::size_t>(size, 1));
-    }
-    return printable;
+    return StandardOutputIsTerminal() ? WithoutControls(text) : text;
 }
 
 std::string Coloured(Colour colour, const std::string& text) {
@@ -152,8 +156,8 @@ void Complain(const std::string& message) {
     const std::string name = "songbin:";
     const bool isColoured = MayColour(StandardErrorIsTerminal());
     std::cout.flush();
-    std::cerr << (isColoured ? WithCode(static_cast<int>(Colour::Red), name) : name) << ' ' << Printable(message)
-              << '\n';
+    std::cerr << (isColoured ? WithCode(static_cast<int>(Colour::Red), name) : name) << ' '
+              << (StandardErrorIsTerminal() ? WithoutControls(message) : message) << '\n';
 }
 
 Progress::Progress(std::size_t total)

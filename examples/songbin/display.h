@@ -22,7 +22,8 @@ std::string FormatDuration(std::int64_t seconds);
 // 1 => 1 item
 std::string CountItems(std::size_t count);
 
-// The text without what could steer the terminal or is not UTF-8.
+// For standard output. On a terminal, what could steer it or is not UTF-8 becomes a question mark; a program on the
+// other side of a pipe gets the text as it is.
 std::string Printable(const std::string& text);
 
 enum class Colour { Red = 31, Green = 32, Yellow = 33, Blue = 34, Grey = 90 };

@@ -82,18 +82,19 @@ struct Item {
     std::optional<std::time_t> modified;
 };
 
-Item LookAtItem(const std::string& name) {
+Item LookAtItem(const std::string& name, const KnownItems& known) {
     const std::string path = TrashPath(name);
     const bool isFolder = IsFolder(path);
-    return {name, path, isFolder, FileNames::CanPutBack(path), SizeOf(path, isFolder), ModifiedTime(SystemPath(path))};
+    return {name, path, isFolder, known.count(path) != 0, SizeOf(path, isFolder), ModifiedTime(SystemPath(path))};
 }
 
 std::vector<Item> LookAtItems(const std::vector<std::string>& names) {
+    const KnownItems known = ReadKnownItems();
     Progress progress(names.size());
     std::vector<Item> items;
     for (const std::string& name : names) {
         progress.Show(items.size());
-        items.push_back(LookAtItem(name));
+        items.push_back(LookAtItem(name, known));
     }
     return items;
 }
@@ -215,9 +216,10 @@ void PrintFacts(const PathFacts& facts) {
 
 bool List(const Request& request) {
     const std::vector<std::string> names = TrashItems();
-    if (request.form == OutputForm::Names) {
+    if (request.form == OutputForm::Names || request.form == OutputForm::NulEndedNames) {
+        const char end = request.form == OutputForm::Names ? '\n' : '\0';
         for (const std::string& name : names)
-            std::cout << Printable(name) << '\n';
+            std::cout << Printable(name) << end;
         return true;
     }
     const std::vector<Item> items = LookAtItems(names);

@@ -32,7 +32,7 @@ struct Command {
 constexpr Command commands[] = {
     {"demo", "[FOLDER]", "try the library on a copy of a song folder", 0, 1, songbin::Demo},
     {"put", "PATH...", "move files and folders into the trash", 1, anyNumber, songbin::Put},
-    {"list", "", "list what is in the trash", 0, 0, songbin::List, "--json --names"},
+    {"list", "", "list what is in the trash", 0, 0, songbin::List, "--json --names --null"},
     {"restore", "NAME...", "put items back, by their names in the trash", 1, anyNumber, songbin::Restore},
     {"info", "PATH...", "tell what the library knows of a path", 1, anyNumber, songbin::Info, "--json"},
     {"relative", "FROM TO", "express TO relative to the file FROM", 2, 2, songbin::Relative},
@@ -48,18 +48,26 @@ void PrintUsage(std::ostream& output) {
     for (const Command& command : commands)
         output << "  " << songbin::PadRight(command.name, nameWidth)
                << songbin::PadRight(command.operands, operandsWidth) << command.help << '\n';
-    output << "  " << songbin::PadRight("help", nameWidth + operandsWidth) << "print this; also --help, -h\n"
+    output << "  " << songbin::PadRight("help", nameWidth + operandsWidth)
+           << "print this; also --help, -h; --version tells the version\n"
            << "\nOptions:\n"
            << "  --json     list, info: print an array of JSON objects\n"
-           << "  --names    list: print the names alone\n"
+           << "  --names    list: print the names alone, one on each line\n"
+           << "  --null     list: print the names alone, each ended by a NUL\n"
            << "\nOperands behind -- may begin with a dash.\n"
            << "Exit status: 0 if all was done, 1 if something was not, 2 for wrong usage.\n";
 }
 
-int Misused(const std::string& complaint) {
+int Misused(const std::string& complaint, const std::string& usage = "COMMAND [OPERAND...]") {
     songbin::Complain(complaint);
-    PrintUsage(std::cerr);
+    std::cerr << "Usage: songbin " << usage << " (songbin help tells more)\n";
     return wrongUsage;
+}
+
+std::string UsageOf(const Command& command) {
+    const std::string options = *command.options == '\0' ? "" : std::string(" [") + command.options + "]";
+    const std::string operands = *command.operands == '\0' ? "" : std::string(" ") + command.operands;
+    return command.name + options + operands;
 }
 
 bool AsksForHelp(const std::string& word) {
@@ -79,6 +87,8 @@ bool TakeOption(const Command& command, const std::string& word, songbin::Output
         form = songbin::OutputForm::Json;
     else if (isKnown && word == "--names")
         form = songbin::OutputForm::Names;
+    else if (isKnown && word == "--null")
+        form = songbin::OutputForm::NulEndedNames;
     else
         return false;
     return true;
@@ -107,11 +117,11 @@ int RunCommand(const Command& command, const Operands& words) {
         return done;
     }
     if (!option.empty())
-        return Misused(name + ": unknown option " + option);
+        return Misused(name + ": unknown option " + option, UsageOf(command));
     if (request.operands.size() < command.fewestOperands)
-        return Misused(name + ": an operand is missing");
+        return Misused(name + ": an operand is missing", UsageOf(command));
     if (request.operands.size() > command.mostOperands)
-        return Misused(name + ": too many operands");
+        return Misused(name + ": too many operands", UsageOf(command));
     return command.run(request) ? done : failed;
 }
 
@@ -121,6 +131,10 @@ int Run(const Operands& words) {
     const std::string& name = words.front();
     if (name == "help" || AsksForHelp(name)) {
         PrintUsage(std::cout);
+        return done;
+    }
+    if (name == "--version") {
+        std::cout << "songbin " SONGBIN_VERSION "\n";
         return done;
     }
     const Command* command = FindCommand(name);
@@ -143,7 +157,9 @@ int CheckOutput(int status) {
 int main(int argumentCount, char** arguments) {
     try {
         songbin::PrepareOutput();
-        return CheckOutput(Run(Operands(arguments + std::min(argumentCount, 1), arguments + argumentCount)));
+        const int status =
+            CheckOutput(Run(Operands(arguments + std::min(argumentCount, 1), arguments + argumentCount)));
+        return status;
     } catch (const std::exception& exception) {
         songbin::Complain(exception.what());
         return failed;

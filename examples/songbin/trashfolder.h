@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,12 @@ std::vector<std::string> TrashItems();
 bool IsTrashItem(const std::string& name);
 
 std::string TrashPath(const std::string& item);
+
+// The paths of the items of which the catalogue tells where they came from.
+using KnownItems = std::set<std::string>;
+
+// CanPutBack says the same of one item, but it reads and writes the whole catalogue each time: too slow for a long
+// list. Throws if the catalogue is there and cannot be read.
+KnownItems ReadKnownItems();
 
 } // namespace songbin
