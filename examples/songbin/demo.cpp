@@ -71,15 +71,13 @@ bool Expect(bool held, const std::string& complaint) {
 
 // ---- The original and the scratch place ----
 
-// An installed program has its sample beside it, one in the build tree knows where the sources are.
+// From where the program stands: where it was built its sample lies beside it, where it is installed one folder up.
 std::string FindSample() {
-    const fs::path source = fs::u8path(SONGBIN_SAMPLE_FOLDER);
-    std::string inSources = ResolvePath(source.u8string()).path;
-    if (IsThere(inSources))
-        return inSources;
+    const std::string sample = "\\share\\vellox\\songs\\Morning Light";
     const std::string programFolder = FileNames::GetFolderPathFromFilename(FileNames::GetModuleFilename());
-    const std::string installFolder = FileNames::GetFolderPathFromFilename(programFolder);
-    return installFolder + "\\share\\vellox\\songs\\" + source.filename().u8string();
+    if (IsThere(programFolder + sample))
+        return programFolder + sample;
+    return FileNames::GetFolderPathFromFilename(programFolder) + sample;
 }
 
 std::string FindOriginal(const Operands& folder) {
