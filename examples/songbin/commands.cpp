@@ -24,14 +24,25 @@ namespace {
 
 // ---- Batches ----
 
-// Gives how many were done. The work gives what is wrong, or the empty string; so do all functions that give a problem.
+// What a killed process can lose at the most: the records of so many items, while the items are in the trash.
+constexpr std::size_t itemsBetweenSaves = 100;
+
+// Gives how many were done; an interrupt ends the batch after the item in hand. The work gives what is wrong, or the
+// empty string; so do all functions that give a problem.
 std::size_t DoBatch(const Operands& operands, const Attempt& attempt,
-                    std::string (*work)(const std::string& operand, bool isLastOfBatch)) {
+                    std::string (*work)(const std::string& operand, bool savesRecords)) {
+    NoteInterrupts();
     Progress progress(operands.size());
     std::size_t done = 0;
     for (std::size_t index = 0; index < operands.size(); ++index) {
+        if (IsInterrupted()) {
+            progress.Clear();
+            Complain("interrupted, " + CountItems(operands.size() - index) + " left where they are");
+            break;
+        }
         progress.Show(index);
-        const std::string problem = work(operands[index], index + 1 == operands.size());
+        const bool isLast = index + 1 == operands.size();
+        const std::string problem = work(operands[index], isLast || (index + 1) % itemsBetweenSaves == 0);
         if (problem.empty()) {
             ++done;
             continue;
@@ -44,13 +55,26 @@ std::size_t DoBatch(const Operands& operands, const Attempt& attempt,
 
 // ---- put ----
 
-std::string MoveIntoTrash(const std::string& typed, bool isLastOfBatch) {
+// Whoever moved it would stand in the trash, and every relative path with him.
+bool HoldsCurrentFolder(const fs::path& path) {
+    std::error_code error;
+    if (fs::symlink_status(path, error).type() != fs::file_type::directory)
+        return false;
+    fs::path folder = fs::current_path(error);
+    while (!fs::equivalent(folder, path, error) && folder != folder.parent_path())
+        folder = folder.parent_path();
+    return fs::equivalent(folder, path, error);
+}
+
+std::string MoveIntoTrash(const std::string& typed, bool savesRecords) {
     const ResolvedPath resolved = ResolvePath(typed);
     if (resolved.path.empty())
         return resolved.problem;
     if (!IsThere(resolved.path))
         return ExplainMissing(resolved.path);
-    FileNames::DeleteFileToRecycleBin(resolved.path, isLastOfBatch);
+    if (HoldsCurrentFolder(SystemPath(resolved.path)))
+        return "it is the current folder or holds it";
+    FileNames::DeleteFileToRecycleBin(resolved.path, savesRecords);
     if (IsThere(resolved.path))
         return "it is still at " + LocalPath(resolved.path) + " and could not be moved to " + LocalPath(TrashFolder());
     return {};
@@ -65,7 +89,7 @@ std::string ExplainRefusal(const std::string& trashPath) {
 }
 
 // The library's answer alone does not tell whether the item went back.
-std::string PutItemBack(const std::string& name, bool /*isLastOfBatch*/) {
+std::string PutItemBack(const std::string& name, bool /*savesRecords*/) {
     const std::string trashPath = TrashPath(name);
     if (!IsTrashItem(name))
         return "there is no such item in " + LocalPath(TrashFolder());

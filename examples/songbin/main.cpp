@@ -159,6 +159,7 @@ int main(int argumentCount, char** arguments) {
         songbin::PrepareOutput();
         const int status =
             CheckOutput(Run(Operands(arguments + std::min(argumentCount, 1), arguments + argumentCount)));
+        songbin::EndIfInterrupted();
         return status;
     } catch (const std::exception& exception) {
         songbin::Complain(exception.what());

@@ -20,6 +20,14 @@ void PrepareOutput();
 // does not let a program choose.
 bool ChooseDataFolder(const std::string& folder);
 
+// From here on an interrupt (Ctrl-C, an end of the session or of the terminal) is only noted, so that a batch can end
+// between two items. Those that the starter of the program ignores stay ignored.
+void NoteInterrupts();
+bool IsInterrupted();
+
+// Ends the program in the way in which the interrupt would have, if there was one.
+void EndIfInterrupted();
+
 // When the content was last changed; of a link, where the system can tell, the link itself.
 std::optional<std::time_t> ModifiedTime(const std::filesystem::path& path);
 
