@@ -1,7 +1,8 @@
 #!/bin/sh
 # Installs the built library into a fresh place, moves it, and builds and runs projects outside of the tree against it:
-# through find_package and through pkg-config, with each compiler, and the README's ten lines as they stand there. Then
-# makes the Debian packages, installs them into an empty root and removes them again.
+# through find_package and through pkg-config, with each compiler, and the README's ten lines as they stand there; one
+# that lays out lists otherwise is stopped. Then makes the Debian packages, installs them into an empty root and removes
+# them again.
 # usage: install.sh BUILD_FOLDER
 set -eu
 build=$(realpath "$1")
@@ -34,6 +35,11 @@ for compiler in g++ clang++; do
     printf "pkg-config, %s: %s\n" "$compiler" "$(LD_LIBRARY_PATH=$libdir ./consumer)"
 done
 
+# shellcheck disable=SC2086
+if g++ -D_GLIBCXX_DEBUG -fsyntax-only "$consumer/main.cpp" $flags 2>log || ! grep -q "error.*_GLIBCXX_DEBUG" log; then
+    cat log && echo "a host with debug lists is not stopped" >&2 && exit 1
+fi
+
 build_project "$sources/examples/first_hour" first_hour
 mkdir "A Folder"
 echo take >"A Folder/take.wav"
@@ -52,7 +58,7 @@ fi
 in_root() { dpkg --root="$work/root" --log=/dev/null --force-depends --force-script-chrootless "$@" >/dev/null 2>&1; }
 in_root --install packages/*.deb
 find root/usr -name 'libvellox.so*' -o -name vellox.pc -o -name trash.h | sort
-in_root --purge songbin libvellox-dev libvellox1
+in_root --purge songbin vellox-dbgsym libvellox-dev libvellox1
 left=$(find root -not -path 'root/var*' -not -type d)
 [ -z "$left" ] || { echo "left behind: $left" >&2; exit 1; }
 echo "packages installed and removed"

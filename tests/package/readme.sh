@@ -1,15 +1,15 @@
 #!/bin/sh
 # Holds the README against an installed library: its ten lines, built by its own commands, its lines and its picture of
 # the demo, and its table of functions.
-# usage: readme.sh PREFIX
+# usage: readme.sh PREFIX                    or of a library for Windows, the ten lines alone:
+#        readme.sh PREFIX TOOLCHAIN_FILE
 set -eu
 prefix=$(realpath "$1")
 sources=$(realpath "$(dirname "$0")/../..")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
-libdir=$(dirname "$(find "$prefix" -name libvellox.so)")
-export XDG_DATA_HOME="$work/data" CMAKE_PREFIX_PATH="$prefix" PKG_CONFIG_PATH="$libdir/pkgconfig"
+export XDG_DATA_HOME="$work/data" CMAKE_PREFIX_PATH="$prefix"
 
 fail() {
     echo "README.md: $1" >&2
@@ -29,6 +29,13 @@ block '`host.cpp`:' >host.cpp
 # shellcheck disable=SC2016
 block '`CMakeLists.txt`:' >CMakeLists.txt
 block 'prints:' >expected
+if [ $# = 2 ]; then
+    cmake -B build --toolchain "$2" >log 2>&1 && cmake --build build >log 2>&1 || { cat log && fail "no host for Windows"; }
+    "$sources/cmake/under-wine" build/host.exe | tr -d '\r' | diff -u expected - || fail "the host prints something else"
+    exit
+fi
+libdir=$(dirname "$(find "$prefix" -name libvellox.so)")
+export PKG_CONFIG_PATH="$libdir/pkgconfig"
 sh -ec "$(command_of 'cmake -B')" >log 2>&1 || { cat log && fail "the project does not build and run"; }
 tail -n "$(wc -l <expected)" log | diff -u expected - || fail "the host prints something else"
 sh -ec "$(command_of 'g++')" || fail "the host does not build without CMake"
