@@ -12,22 +12,24 @@ WideString Widened(const std::string& bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-TEST(Extensions, AreReadFromTheLastDot) {
+TEST(Names, AreReadAndCutByTheLastSeparatorAndDot) {
     struct Row {
-        std::string path, extension, withoutDot;
+        std::string path, extension, withoutDot, name, withoutExtension, folder;
     };
     Row rows[] = {
-        {R"(C:\a.d\b.wav)", ".wav", "wav"},
-        {R"(C:\a\b)", R"(C:\a\b)", ""},
-        {R"(C:\a.d\b)", R"(C:\a.d\b)", R"(d\b)"},
-        {"C:/a.d/b", ".d/b", "d/b"},
-        {"", "", ""},
-        {".", ".", "."},
-        {".wav", ".wav", "wav"},
-        {"b.", ".", "."},
-        {"b.tar.gz", ".gz", "gz"},
-        {"a\0.b"s, ".b", "b"},
-        {"a.b\0\\c"s, "a.b\0\\c"s, "b\0\\c"s},
+        {R"(C:\a.d\b.wav)", ".wav", "wav", "b.wav", R"(C:\a.d\b)", R"(C:\a.d)"},
+        {R"(C:\a.d\b)", R"(C:\a.d\b)", R"(d\b)", "b", R"(C:\a)", R"(C:\a.d)"},
+        {R"(C:\a\)", R"(C:\a\)", "", "", R"(C:\a\)", R"(C:\a)"},
+        {R"(\b)", R"(\b)", "", "b", R"(\b)", ""},
+        {"C:/a.d/b", ".d/b", "d/b", "C:/a.d/b", "C:/a", "C:/a.d"},
+        {R"(a\b/c)", R"(a\b/c)", "", "b/c", R"(a\b/c)", R"(a\b)"},
+        {"", "", "", "", "", ""},
+        {".", ".", ".", ".", "", "."},
+        {"b.", ".", ".", "b.", "b", "b."},
+        {".wav", ".wav", "wav", ".wav", "", ".wav"},
+        {"b.tar.gz", ".gz", "gz", "b.tar.gz", "b.tar", "b.tar.gz"},
+        {"a\\b\0\\c.d"s, ".d", "d", "b", "a\\b\0\\c"s, "a\\b\0"s},
+        {"a.b\0\\c"s, "a.b\0\\c"s, "b\0\\c"s, "a.b", "a", "a.b\0"s},
     };
     for (Row& row : rows) {
         SCOPED_TRACE(row.path);
@@ -36,90 +38,61 @@ TEST(Extensions, AreReadFromTheLastDot) {
         EXPECT_EQ(GetExtension(wide), Widened(row.extension));
         EXPECT_EQ(GetExtensionWithoutDot(row.path), row.withoutDot);
         EXPECT_EQ(HasExtension(row.path), !row.withoutDot.empty());
+        EXPECT_EQ(GetFilenameWithoutPath(row.path), row.name);
+        EXPECT_EQ(GetFilenameWithoutPath(wide), Widened(row.name));
+        EXPECT_EQ(GetFilenameWithoutExtension(row.path), row.withoutExtension);
+        EXPECT_EQ(GetFolderPathFromFilename(row.path), row.folder);
+        EXPECT_EQ(FormatDirectory(row.path), row.path + R"(\*)");
     }
 }
 
-TEST(Extensions, AreReplacedForcedAndAppended) {
+TEST(Extensions, AreReplacedForcedAppendedAndKept) {
     const std::string x(1100, 'x');
     struct Row {
-        std::string path, extension, changed, forced, appended;
+        std::string path, text, changed, forced, appended, inserted;
     };
     const Row rows[] = {
-        {R"(C:\a\b.txt)", ".wav", R"(C:\a\b.wav)", R"(C:\a\b.wav)", R"(C:\a\b.txt.wav)"},
-        {R"(C:\a\b.WAV)", ".wav", R"(C:\a\b.wav)", R"(C:\a\b.WAV)", R"(C:\a\b.WAV)"},
-        {R"(C:\a.d\b)", ".wav", R"(C:\a.d\b.wav)", R"(C:\a.d\b.wav)", R"(C:\a.d\b.wav)"},
-        {"C:/a.d/b", ".wav", "C:/a.wav", "C:/a.wav", "C:/a.d/b.wav"},
-        {"", ".wav", ".wav", ".wav", ".wav"},
-        {"", "", "", "", ""},
-        {".wav", ".wav", ".wav", ".wav", ".wav"},
-        {"wav", ".wav", "wav.wav", "wav.wav", "wav.wav"},
-        {"b.txt", "", "b", "b", "b.txt"},
-        {"b.txt", "wav", "bwav", "bwav", "b.txtwav"},
-        {"b.", "wav", "bwav", "b.", "b."},
-        {"b.[", ".{", "b.{", "b.{", "b.[.{"},
-        {"b.\xC4", ".\xE4", "b.\xE4", "b.\xE4", "b.\xC4.\xE4"},
-        {"b.gz", ".tar.gz", "b.tar.gz", "b.gz", "b.gz"},
-        {"b.tar.gz", ".zip", "b.tar.zip", "b.tar.zip", "b.tar.gz.zip"},
-        {"b.wav\0.txt"s, ".wav", "b.wav\0.wav"s, "b.wav\0.txt"s, "b.wav\0.txt"s},
-        {"b.wav", ".wav\0c"s, "b.wav\0c"s, "b.wav", "b.wav"},
-        {"b." + x, "." + x, "b." + x, "b." + x, "b." + x},
-        {"b.y" + x, "." + x, "b." + x, "b." + x, "b.y" + x + "." + x},
+        {R"(C:\a\b.txt)", ".wav", R"(C:\a\b.wav)", R"(C:\a\b.wav)", R"(C:\a\b.txt.wav)", R"(C:\a\b.wav.txt)"},
+        {R"(C:\b.WAV)", ".wav", R"(C:\b.wav)", R"(C:\b.WAV)", R"(C:\b.WAV)", R"(C:\b.wav.WAV)"},
+        {R"(C:\a.d\b)", ".wav", R"(C:\a.d\b.wav)", R"(C:\a.d\b.wav)", R"(C:\a.d\b.wav)", R"(C:\a.d\b.wav)"},
+        {"C:/a.d/b", ".wav", "C:/a.wav", "C:/a.wav", "C:/a.d/b.wav", "C:/a.wav.d/b"},
+        {"", ".wav", ".wav", ".wav", ".wav", ".wav"},
+        {"", "", "", "", "", ""},
+        {".wav", ".wav", ".wav", ".wav", ".wav", ".wav.wav"},
+        {"wav", ".wav", "wav.wav", "wav.wav", "wav.wav", "wav.wav"},
+        {"b.txt", "wav", "bwav", "bwav", "b.txtwav", "bwav.txt"},
+        {"b.", "", "b", "b.", "b.", "b."},
+        {"b.[", ".{", "b.{", "b.{", "b.[.{", "b.{.["},
+        {"b.\xC4", ".\xE4", "b.\xE4", "b.\xE4", "b.\xC4.\xE4", "b.\xE4.\xC4"},
+        {"b.gz", ".tar.gz", "b.tar.gz", "b.gz", "b.gz", "b.tar.gz.gz"},
+        {"b.tar.gz", "_x", "b.tar_x", "b.tar_x", "b.tar.gz_x", "b.tar_x.gz"},
+        {"b.c\0.d"s, ".c", "b.c\0.c"s, "b.c\0.d"s, "b.c\0.d"s, "b.c\0.c.d"s},
+        {"b.y" + x, "." + x, "b." + x, "b." + x, "b.y" + x + "." + x, "b." + x + ".y" + x},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.path + " and " + row.extension);
-        EXPECT_EQ(ExtensionChange(row.path, row.extension), row.changed);
-        EXPECT_EQ(ForceExtension(row.path, row.extension), row.forced);
-        EXPECT_EQ(CheckAppendExtension(row.path, row.extension), row.appended);
-    }
-}
-
-TEST(Extensions, TakeTextInPlaceAndBefore) {
-    struct Row {
-        std::string path, text, changed, inserted;
-    };
-    const Row rows[] = {
-        {R"(C:\a\b.txt)", "wav", R"(C:\a\b.wav)", R"(C:\a\bwav.txt)"},
-        {R"(C:\a.d\b)", "wav", R"(C:\a.wav)", R"(C:\a.d\bwav)"},
-        {R"(..\a\b)", "wav", "..wav", R"(..\a\bwav)"},
-        {"b", "wav", "b.wav", "bwav"},
-        {"", "wav", ".wav", "wav"},
-        {"b.", "", "b.", "b."},
-        {".wav", "_x", "._x", "_x.wav"},
-        {"b.tar.gz", "_x", "b.tar._x", "b.tar_x.gz"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.path);
-        std::string buffer = row.path + std::string(row.text.size() + 2, '\0') + "##";
-        EXPECT_EQ(extension_change(buffer.data(), row.text.c_str()), 1);
-        EXPECT_EQ(buffer.c_str(), row.changed);
-        EXPECT_TRUE(buffer.ends_with("##")) << "extension_change wrote behind its result";
+        SCOPED_TRACE(row.path + " and " + row.text);
+        EXPECT_EQ(ExtensionChange(row.path, row.text), row.changed);
+        EXPECT_EQ(ForceExtension(row.path, row.text), row.forced);
+        EXPECT_EQ(CheckAppendExtension(row.path, row.text), row.appended);
         EXPECT_EQ(AppendStringBeforeExtension(row.path, row.text), row.inserted);
     }
 }
 
-TEST(Filenames, AreCutFromTheText) {
-    struct Row {
-        std::string path, name, withoutExtension, folder;
+// By the last dot of all, and with a dot of its own.
+TEST(Extensions, AreReplacedInPlace) {
+    const TextRow rows[] = {
+        {R"(C:\a\b.txt)", R"(C:\a\b.x)"},
+        {R"(C:\a.d\b)", R"(C:\a.x)"},
+        {R"(..\a\b)", "..x"},
+        {"b", "b.x"},
+        {"", ".x"},
+        {".wav", ".x"},
     };
-    const Row rows[] = {
-        {R"(C:\a\b.wav)", "b.wav", R"(C:\a\b)", R"(C:\a)"},
-        {R"(C:\a.d\b)", "b", R"(C:\a)", R"(C:\a.d)"},
-        {R"(C:\a\)", "", R"(C:\a\)", R"(C:\a)"},
-        {R"(\b)", "b", R"(\b)", ""},
-        {R"(a\b/c)", "b/c", R"(a\b/c)", R"(a\b)"},
-        {"C:/a/b.wav", "C:/a/b.wav", "C:/a/b", "C:/a"},
-        {"", "", "", ""},
-        {"b.tar.gz", "b.tar.gz", "b.tar", "b.tar.gz"},
-        {".wav", ".wav", "", ".wav"},
-        {"a\\b\0\\c.d"s, "b", "a\\b\0\\c"s, "a\\b\0"s},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.path);
-        EXPECT_EQ(GetFilenameWithoutPath(row.path), row.name);
-        EXPECT_EQ(GetFilenameWithoutPath(Widened(row.path)), Widened(row.name));
-        EXPECT_EQ(GetFilenameWithoutExtension(row.path), row.withoutExtension);
-        EXPECT_EQ(GetFolderPathFromFilename(row.path), row.folder);
-        EXPECT_EQ(FormatDirectory(row.path), row.path + R"(\*)");
+    for (const auto& [path, changed, onlyOn] : rows) {
+        std::string buffer = path + std::string(3, '\0') + "##";
+        EXPECT_EQ(extension_change(buffer.data(), "x"), 1) << path;
+        EXPECT_EQ(buffer.c_str(), changed) << path;
+        EXPECT_TRUE(buffer.ends_with("##")) << path << " ends too late";
     }
 }
 
@@ -154,8 +127,6 @@ TEST_F(PathTest, HasAFolderWithinTheLimits) {
     Row rows[] = {
         {R"(C:\a\b.wav)", R"(C:\a\)", "C:", "b.wav"},
         {R"(C:\a\)", R"(C:\a\)", "C:", ""},
-        {R"(C:\a)", R"(C:\)", "C:", "a"},
-        {R"(C:\)", R"(C:\)", "C:", ""},
         {"C:b.wav", w + R"(x\)", "C:", "C:b.wav"},
         {"b.wav", w + R"(x\)", "", "b.wav"},
         {R"(..\b.wav)", w, "", "b.wav"},
@@ -190,11 +161,7 @@ TEST_F(PathTest, HasAFolderWithinTheLimits) {
 TEST_F(PathTest, IsMadeAbsoluteAndNormal) {
     const std::string w = Win32(fs::current_path());
     const std::string longest = "C:\\" + std::string(1036, 'a');
-    struct NormalRow {
-        std::string path, expected;
-        OnlyOn onlyOn = anywhere;
-    };
-    const NormalRow normalRows[] = {
+    const TextRow normalRows[] = {
         {"C:/a/./b/../c.wav", R"(C:\a\c.wav)"},
         {R"(rel\x.wav)", w + R"(\rel\x.wav)"},
         {"", ""},
@@ -202,22 +169,17 @@ TEST_F(PathTest, IsMadeAbsoluteAndNormal) {
         {longest + "a", "", withLongFullPath},
         {longest + R"(\..\b)", R"(C:\b)", withLongFullPath},
     };
-    for (const NormalRow& row : RowsHere(normalRows, &NormalRow::path))
-        EXPECT_EQ(NormalizePath(row.path), row.expected) << row.path;
+    for (const auto& [path, normal, onlyOn] : RowsHere(normalRows, &TextRow::given))
+        EXPECT_EQ(NormalizePath(path), normal) << path;
     struct Row {
-        std::string path;
-        const char* base;
-        std::string expected;
+        std::string path, base, absolute;
     };
     const Row rows[] = {
         {R"(C:\a\..\b.wav)", R"(D:\x)", R"(C:\b.wav)"},
         {"b.wav", R"(C:\a)", R"(C:\a\b.wav)"},
-        {"b.wav", R"(C:\a\)", R"(C:\a\b.wav)"},
         {"b.wav", "C:/a/", R"(C:\a\b.wav)"},
         {R"(..\b.wav)", R"(C:\a\c)", R"(C:\a\b.wav)"},
         {"b.wav", "", w + R"(\b.wav)"},
-        {"b.wav", nullptr, w + R"(\b.wav)"},
-        {"", nullptr, w},
         {"", "", ""},
         {"", R"(C:\a)", R"(C:\a\)"},
         {R"(\b.wav)", R"(C:\a)", R"(C:\b.wav)"},
@@ -225,16 +187,15 @@ TEST_F(PathTest, IsMadeAbsoluteAndNormal) {
         {"C:b.wav", R"(D:\a)", w + R"(\b.wav)"},
     };
     for (const Row& row : rows)
-        EXPECT_EQ(GetAbsolutePath(row.path, row.base), row.expected)
-            << row.path << " from " << (row.base != nullptr ? row.base : "no folder");
+        EXPECT_EQ(GetAbsolutePath(row.path, row.base.c_str()), row.absolute) << row.path << " from " << row.base;
+    EXPECT_EQ(GetAbsolutePath("b.wav", nullptr), w + R"(\b.wav)");
+    EXPECT_EQ(GetAbsolutePath("", nullptr), w);
 }
 
 TEST(Paths, AreComparedWithAsciiFoldedAndTakenOver) {
     struct Row {
-        const char* first;
-        const char* second;
-        bool areEqual = false;
-        bool isBelow = false; // the first, below the second
+        std::string first, second;
+        bool areEqual = false, isBelow = false; // the first, below the second
     };
     const Row rows[] = {
         {.first = R"(C:\A\b.wav)", .second = R"(c:\a\B.WAV)", .areEqual = true},
@@ -244,30 +205,26 @@ TEST(Paths, AreComparedWithAsciiFoldedAndTakenOver) {
         {.first = "\xC3\x89", .second = "\xC3\xA9"},
         {.first = R"(C:\Songs\Sub\a.wav)", .second = R"(C:\Songs)", .isBelow = true},
         {.first = R"(c:\SONGS\a.wav)", .second = R"(C:\songs\)", .isBelow = true},
-        {.first = R"(C:\Songs\)", .second = R"(C:\Songs)", .isBelow = true},
         {.first = R"(C:\Songs2\a.wav)", .second = R"(C:\Songs)"},
         {.first = "C:/Songs/a.wav", .second = "C:/Songs"},
         {.first = R"(C:/Songs\a.wav)", .second = "C:/Songs", .isBelow = true},
-        {.first = "anything", .second = "", .isBelow = true},
-        {.first = "", .second = R"(C:\Songs)"},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.first) + " and " + row.second);
+        SCOPED_TRACE(row.first + " and " + row.second);
         EXPECT_EQ(CompareNormalizedPaths(row.first, row.second), row.areEqual);
         EXPECT_EQ(IsPathBelow(row.first, row.second), row.isBelow);
     }
     std::string path = "C:/\xC3\x89 Z[z@";
     EXPECT_EQ(NormalizePathCase(path), "c:/\xC3\x89 z[z@");
-    const char* const foreign[][2] = {
+    const TextRow foreign[] = {
         {"/Users/me/a.wav", R"(C:\Users\me\a.wav)"},
         {"Audio/a.wav", R"(Audio\a.wav)"},
         {"D:/x/a.wav", R"(D:\x\a.wav)"},
-        {R"(C:\x\a.wav)", R"(C:\x\a.wav)"},
         {"//srv/x", R"(C:\\srv\x)"},
         {R"(\x/a.wav)", R"(\x\a.wav)"},
         {"", ""},
     };
-    for (const auto& [given, local] : foreign)
+    for (const auto& [given, local, onlyOn] : foreign)
         EXPECT_EQ(ConvertPathToLocalSystem(given), local) << given;
 }
 
@@ -279,27 +236,22 @@ TEST_F(PathTest, IsExpressedRelativeToAnotherFile) {
     };
     const Row rows[] = {
         {file, R"(C:\S\Audio\t.wav)", R"(..\Audio\t.wav)"},
-        {file, R"(C:\S\Demo\t.wav)", "t.wav"},
         {file, R"(C:\t.wav)", R"(..\..\t.wav)"},
         {R"(C:\S\s.sng)", R"(C:\S\Audio\Drums\t.wav)", R"(Audio\Drums\t.wav)"},
         {R"(C:\SONG\DEMO\s.sng)", R"(c:\song\Audio\T.wav)", R"(..\Audio\T.wav)"},
-        {"C:/S/Demo/s.sng", "C:/S/Audio/t.wav", R"(..\Audio\t.wav)"},
         {R"(C:\S\Demo\)", R"(C:\S\Audio\t.wav)", R"(..\Audio\t.wav)"},
         {R"(C:\S\Demo)", R"(C:\S\Audio\t.wav)", R"(Audio\t.wav)"},
-        {file, R"(C:\S\Audio\)", R"(..\Audio\)"},
         {file, R"(C:\S\Demo\)", ""},
         {file, R"(C:\S)", R"(..\..\S)"},
         {file, R"(D:\Audio\t.wav)", unchanged},
         {R"(\\srv\share\a\s.sng)", R"(C:\b\t.wav)", unchanged},
         {R"(\\srv\share\a\s.sng)", R"(\\srv\share\b\t.wav)", R"(..\b\t.wav)"},
         {R"(\\srv1\share\a\s.sng)", R"(\\srv2\other\b\t.wav)", R"(..\..\..\srv2\other\b\t.wav)"},
-        {R"(C:\S\Demo\)", "t.wav", "t.wav"},
         {file, "t.wav", R"(s.sng\t.wav)"},
         {file, R"(..\t.wav)", "t.wav"},
         {file, "", R"(s.sng\)"},
         {R"(C:\s.sng)", longFolder + "t.wav", unchanged},
         {longFolder + "s.sng", R"(C:\t.wav)", unchanged},
-        {R"(C:\s.sng)", std::string(2000, 'a'), unchanged},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.path + " seen from " + row.otherFile);

@@ -19,6 +19,11 @@ fs::path Utf8Path(std::string_view text);
 // The path as the library takes it: `C:\...`.
 std::string Win32(const fs::path& path);
 
+struct TextRow {
+    std::string given, expected;
+    OnlyOn onlyOn = anywhere;
+};
+
 // The rows that hold here; the others are told by their name.
 template <typename Row, std::size_t count, typename Name> auto RowsHere(const Row (&rows)[count], Name Row::*name) {
     return rows | std::views::filter([=](const Row& row) { return HoldsHere(row.onlyOn, row.*name); });
