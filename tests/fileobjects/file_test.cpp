@@ -34,7 +34,6 @@ TEST_F(FileTest, ReadsSeeksAndRefuses) {
     EXPECT_EQ(file.Read(buffer, 8), 3);
     EXPECT_STREQ(buffer, "789#####");
     EXPECT_EQ(file.Read(buffer, 8), 0);
-    std::unique_ptr<CFileBase>(file.Clone()).reset();
     const std::unique_ptr<CFileBase> clone(file.Clone());
     EXPECT_EQ(clone->Seek(-8, 1), 2);
     EXPECT_EQ(file.Tell(), 2) << "which a clone shares";
