@@ -1,5 +1,3 @@
-#include <cstdlib>
-
 #include "frame/text.h"
 #include "platform/win32.h"
 #include "support/scratch.h"
@@ -22,60 +20,24 @@ bool Opens(const std::string& path, DWORD use, DWORD share, DWORD disposition = 
     return file != INVALID_HANDLE_VALUE && ::CloseHandle(file) != FALSE;
 }
 
-// Twelve files, for each way to have one open; in the folder of the process that started this one, if one did.
-class FilesTest : public ScratchTest {
-protected:
-    FilesTest() {
-        if (isStarted)
-            fs::current_path(std::getenv(variable));
-        SetEnvironment(variable, fs::current_path().string());
-        for (DWORD row = 4; row < 16 && !isStarted; ++row)
-            WriteFile(At(std::to_string(row)), "old");
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
-    }
-    ~FilesTest() override {
-        SetEnvironment(variable, "");
-        for (const HANDLE file : files)
-            ::CloseHandle(file);
-    }
+class FilesTest : public ScratchTest {};
 
-    void HoldFiles() {
-        for (DWORD row = 4; row < 16; ++row)
-            files.push_back(Open(std::to_string(row), row >> 2, row & both));
-    }
-
-    static constexpr const char* variable = "VELLOX_TEST_FOLDER";
-    const bool isStarted = std::getenv(variable) != nullptr && *std::getenv(variable) != 0;
-    std::vector<HANDLE> files;
-};
-
-void ExpectSharing(bool areHeld) {
+TEST_F(FilesTest, ShareOnlyAsBothSidesAllow) {
+    WriteFile("file", "old");
     for (DWORD row = 0; row < 256; ++row) {
         const DWORD held = row >> 6, heldShare = row >> 4 & both, use = row >> 2 & both, share = row & both;
         if (held == 0 || use == 0)
             continue;
         SCOPED_TRACE("held to " + std::to_string(held) + ", shares " + std::to_string(heldShare) + "; opened to " +
                      std::to_string(use) + ", shares " + std::to_string(share));
-        const bool isGranted = !areHeld || ((use & ~heldShare) == 0 && (held & ~share) == 0);
-        const std::string file = std::to_string(row >> 4);
-        EXPECT_EQ(Opens(file, use, share), isGranted);
-        EXPECT_EQ(Opens(file, use, share), isGranted) << "a second time";
-        if (!isGranted) {
-            EXPECT_FALSE(Opens(file, use | writes, share, CREATE_ALWAYS));
-        }
+        const bool isGranted = (use & ~heldShare) == 0 && (held & ~share) == 0;
+        const HANDLE holder = Open("file", held, heldShare);
+        EXPECT_EQ(Opens("file", use, share), isGranted);
+        EXPECT_EQ(Opens("file", use, share), isGranted) << "a second time";
+        EXPECT_TRUE(isGranted || !Opens("file", use | writes, share, CREATE_ALWAYS)) << "as a new one";
+        ::CloseHandle(holder);
     }
-}
-
-TEST_F(FilesTest, ShareOnlyAsBothSidesAllow) {
-    if (!isStarted)
-        HoldFiles();
-    ExpectSharing(true);
-    EXPECT_EXIT(EndProcess(), ::testing::ExitedWithCode(0), "") << "in another process";
-}
-
-TEST_F(FilesTest, AreFreeAgainWithoutTheirHolder) {
-    EXPECT_EXIT((HoldFiles(), EndProcess()), ::testing::ExitedWithCode(0), "");
-    ExpectSharing(false);
+    EXPECT_EQ(ReadFile("file"), "old");
 }
 
 TEST_F(FilesTest, OpenAtOnceOrNotAtAll) {

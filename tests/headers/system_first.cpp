@@ -1,7 +1,0 @@
-#include <windows.h>
-
-#include "all_headers.h"
-
-bool UseHeadersBehindTheSystems() {
-    return UseHeaders();
-}

@@ -1,7 +1,0 @@
-#include "all_headers.h"
-
-#include <windows.h>
-
-bool UseHeadersBeforeTheSystems() {
-    return UseHeaders();
-}
