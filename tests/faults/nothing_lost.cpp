@@ -36,6 +36,7 @@ struct Operation {
 };
 
 using Files = std::map<fs::path, std::string>;
+
 // The path at the one place that the other has below the other place; empty if it is not there.
 fs::path Counterpart(const fs::path& path, const fs::path& from, const fs::path& to) {
     const fs::path rest = path.lexically_relative(from);
@@ -324,6 +325,7 @@ TEST_P(NothingLost, WhereverTheProcessIsKilled) {
 TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
     using Paths = std::vector<fs::path>;
     const fs::path take = items / "take.wav", link = items / "link", folder = items / song, made = near / "new.wav";
+    const Paths inFolder = {folder / "a.wav", folder / "sub/b.wav", folder / "link"};
     const auto write = [](const Paths& paths) { WriteFile(paths[0], "late"); };
     const auto replace = [this](const Paths& paths) {
         for (const fs::path& path : paths) {
@@ -349,11 +351,7 @@ TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
         {"fstat", trash / "take.wav", write, {take}, trashItem(take), true},
         {"renameat2", trash / "take.wav", replace, {take}, trashItem(take)},
         {"renameat2", trash / "link", replace, {link}, trashItem(link)},
-        {"renameat2",
-         trash / song,
-         replace,
-         {folder / "a.wav", folder / "sub/b.wav", folder / "link"},
-         trashItem(folder)},
+        {"renameat2", trash / song, replace, inFolder, trashItem(folder)},
         {"futimens", "/", write, {items / "back/gone/new.wav"}, [&] { PutBack(Win32(trash / "gone")); }},
         {"copy_file_range", "/", record, {made}, [&] { CopyFileA(Win32(take), Win32(made), false, nullptr); }, true},
     };

@@ -378,7 +378,8 @@ TEST_F(CopyingTest, DeletesWhatIsNamedAndNothingBehindALink) {
     }
     EXPECT_TRUE(fs::exists("keep/x"));
     const AsOrdinaryUser user;
-    Make({"../mine/shut/x"});
+    Make({"../mine/shut/x", "../mine/marked/x"});
+    fs::permissions("../mine/marked", fs::perms(0555));
     for (const char* folder : {"../mine/shut", "../mine"})
         fs::permissions(folder, fs::perms::none);
     DeleteFolderWithContents(In("mine").c_str(), false, true);

@@ -81,7 +81,14 @@ TEST_F(PosixTest, RecyclesEveryItemWithItsWayBack) {
     Shell("trash-list > out; grep -qF '" + At(item).string() + "' out; echo 0 | trash-restore > out; test -d *" + end);
 }
 
-TEST_F(PosixTest, CopiesNothingIntoTheFolderThatItReads) {
+TEST_F(PosixTest, CopiesNothingThroughALinkOverAHeldFileOrIntoTheFolderThatItReads) {
+    Shell("mkdir -p s d; echo new > s/held; echo new > s/link; echo new > s/folder; echo new > s/old; mkdir d/folder");
+    Shell("echo old > outside; ln -s ../outside d/link; echo old > d/held; echo old > d/old");
+    const HANDLE held = ::CreateFileW(u"d/held", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    CopyFolder("s", "d");
+    ::CloseHandle(held);
+    EXPECT_EQ(ReadFile("outside") + ReadFile("d/held") + ReadFile("d/old"), "old\nold\nnew\n");
+    EXPECT_TRUE(fs::is_directory("d/folder"));
     Shell("mkdir -p up/s/s; echo upper > up/s/x; echo lower > up/s/s/x");
     const std::string before = Describe("up/s");
     CopyFolder(R"(up\s)", "up");

@@ -33,12 +33,12 @@ struct FolderTraits {
 // An open folder whose entries are listed.
 using Folder = Guard<FolderTraits>;
 
-// No signal keeps a file from being opened.
+// No signal keeps a file from being opened, and no program that the host starts gets it.
 inline Descriptor Open(const char* path, int flags, mode_t mode = 0) {
-    return Descriptor(Retried([&] { return ::open(path, flags, mode); }));
+    return Descriptor(Retried([&] { return ::open(path, flags | O_CLOEXEC, mode); }));
 }
 inline Descriptor OpenAt(int folder, const char* name, int flags, mode_t mode = 0) {
-    return Descriptor(Retried([&] { return ::openat(folder, name, flags, mode); }));
+    return Descriptor(Retried([&] { return ::openat(folder, name, flags | O_CLOEXEC, mode); }));
 }
 
 // A folder as a place to name entries in. It need not be readable, and nothing can be read from it.
