@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <ranges>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "support/system.h"
 
@@ -25,8 +25,13 @@ struct TextRow {
 };
 
 // The rows that hold here; the others are told by their name.
-template <typename Row, std::size_t count, typename Name> auto RowsHere(const Row (&rows)[count], Name Row::*name) {
-    return rows | std::views::filter([=](const Row& row) { return HoldsHere(row.onlyOn, row.*name); });
+template <typename Row, std::size_t count, typename Name>
+std::vector<Row> RowsHere(const Row (&rows)[count], Name Row::*name) {
+    std::vector<Row> held;
+    for (const Row& row : rows)
+        if (HoldsHere(row.onlyOn, row.*name))
+            held.push_back(row);
+    return held;
 }
 
 void WriteFile(const fs::path& path, std::string_view content);
