@@ -231,11 +231,28 @@ def print_growth(values):
 # ---- The plot ----
 
 
+# Shape and colour say the same, so either is enough.
+MARKS = {
+    "limit": ("#444", '<path d="M{x:.1f} {top:.1f}v13" stroke="{colour}" stroke-width="2"/>',
+              "the line at 1: the bare system calls, or the tightest loop over views and buffers"),
+    "floor": ("#6b7280", '<path d="M{x:.1f} {top:.1f}l6.5 6.5l-6.5 6.5l-6.5 -6.5z" fill="none" stroke="{colour}"/>',
+              "what a careful programmer writes with the signature of the call"),
+    "peer": ("#c8553d", '<path d="M{x:.1f} {y:.1f}m-5 -5l10 10m0 -10l-10 10" stroke="{colour}" stroke-width="2.5"/>',
+             "the nearest that any reader has, such as std::filesystem, glob, cp -r -p or fork"),
+    "library": ("#0b6e4f", '<circle cx="{x:.1f}" cy="{y:.1f}" r="4" fill="{colour}"/>',
+                "the call of the shared library"),
+}
+
+
+def mark(role, x, y):
+    colour, shape, _ = MARKS[role]
+    return shape.format(x=x, y=y, top=y - 6.5, colour=colour)
+
+
 def plot(values, machine, path):
     """The time of each way as a multiple of the limit's, on a logarithmic scale."""
-    colours = {"floor": "#8a8f98", "library": "#0b6e4f", "peer": "#c8553d"}
     jobs = [job for job in jobs_of(values) if best(values, job, "limit")]
-    left, width, row_height, top = 210, 560, 24, 64
+    left, width, row_height, top = 210, 560, 24, 136
     height = top + row_height * len(jobs) + 40
 
     def place(ratio):
@@ -245,14 +262,16 @@ def plot(values, machine, path):
     lines = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {left + width + 30} {height}" '
              'font-family="sans-serif" font-size="12">',
              f'<rect width="{left + width + 30}" height="{height}" fill="white"/>',
-             '<text x="12" y="20" font-size="14">Time as a multiple of the limit (logarithmic)</text>']
-    for index, (role, colour) in enumerate(colours.items()):
-        lines.append(f'<circle cx="{left + 100 * index}" cy="40" r="5" fill="{colour}"/>'
-                     f'<text x="{left + 10 + 100 * index}" y="44">{role}</text>')
+             '<text x="12" y="20" font-size="14">Time as a multiple of the limit: further left is faster '
+             '(logarithmic)</text>']
+    for index, (role, (_, _, meaning)) in enumerate(MARKS.items()):
+        y = 42 + 20 * index
+        lines.append(f'{mark(role, 24, y)}<text x="40" y="{y + 4}" font-weight="bold">{role}</text>'
+                     f'<text x="100" y="{y + 4}">{meaning}</text>')
     for ratio in (0.5, 1, 2, 5, 10, 20, 50, 100):
         x = place(ratio)
-        lines.append(f'<line x1="{x:.1f}" x2="{x:.1f}" y1="{top - 8}" y2="{height - 34}" '
-                     f'stroke="{"#666" if ratio == 1 else "#ddd"}"/>'
+        stroke = 'stroke="#444" stroke-width="2"' if ratio == 1 else 'stroke="#ddd"'
+        lines.append(f'<line x1="{x:.1f}" x2="{x:.1f}" y1="{top - 8}" y2="{height - 34}" {stroke}/>'
                      f'<text x="{x:.1f}" y="{height - 20}" text-anchor="middle">{ratio:g}</text>')
     for index, job in enumerate(jobs):
         y = top + row_height * index + 6
@@ -262,8 +281,8 @@ def plot(values, machine, path):
                   "library": best(values, job, "library")}
         for role, way in chosen.items():
             if way:
-                lines.append(f'<circle cx="{place(way[0] / limit):.1f}" cy="{y}" r="5" fill="{colours[role]}">'
-                             f'<title>{role}: {way[0] / limit:.2f}</title></circle>')
+                lines.append(f'<g>{mark(role, place(way[0] / limit), y)}'
+                             f'<title>{role}: {way[0] / limit:.2f}</title></g>')
     lines.append(f'<text x="12" y="{height - 4}" font-size="9" fill="#666">{machine}</text></svg>')
     with open(path, "w", encoding="utf-8") as file:
         file.write("\n".join(lines) + "\n")
