@@ -50,8 +50,8 @@ CopyFileError ClassifyFailure(DWORD error, const std::string& source, const std:
 } // namespace
 
 bool CopyFileA(std::string source, std::string destination, bool failIfExists, CopyFileError* error) {
-    const bool isCopied =
-        Platform::CopyFileInOneStep(WideArgument(source).c_str(), WideArgument(destination).c_str(), failIfExists);
+    const bool isCopied = ::CopyFileW(WideArgument(source).c_str(), WideArgument(destination).c_str(),
+                                      static_cast<BOOL>(failIfExists)) != FALSE;
     if (!isCopied && error != nullptr)
         *error = ClassifyFailure(::GetLastError(), source, destination, failIfExists);
     return isCopied;

@@ -19,9 +19,6 @@ bool OpensForReading(const WCHAR* path);
 // is refused in the same step, never replaced.
 int RenameWithoutReplacing(const char* oldPath, const char* newPath);
 
-// CopyFileW, whose destination holds the old file, the whole copy or nothing wherever it ends.
-bool CopyFileInOneStep(const WCHAR* source, const WCHAR* destination, bool failIfExists);
-
 // SHFileOperationW, kept from paths that it cannot take safely. Gives 0 if the whole operation succeeded.
 int RunShellOperation(SHFILEOPSTRUCTW& operation);
 

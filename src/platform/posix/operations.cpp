@@ -67,11 +67,6 @@ int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
     return Posix::RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) || Posix::FailFromErrno() ? 0 : -1;
 }
 
-// The stand-in's CopyFileW keeps to that by itself.
-bool CopyFileInOneStep(const WCHAR* source, const WCHAR* destination, bool failIfExists) {
-    return ::CopyFileW(source, destination, static_cast<BOOL>(failIfExists)) != FALSE;
-}
-
 int RunShellOperation(SHFILEOPSTRUCTW& operation) {
     return ::SHFileOperationW(&operation);
 }
