@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "frame/text.h"
+#include "platform/win32.h"
 
 namespace Vellox::FileNames {
 
@@ -18,16 +20,22 @@ template <typename Char> struct PathParts {
     }
 };
 
+inline std::size_t FolderSize(std::string_view path, std::size_t driveSize) {
+    const std::optional<std::size_t> size = Platform::FolderSizeByCodePage(path);
+    return size ? *size : FindLastSeparator(path.substr(driveSize)) + 1;
+}
+
+inline std::size_t FolderSize(std::basic_string_view<WideChar> path, std::size_t driveSize) {
+    return FindLastSeparator(path.substr(driveSize)) + 1;
+}
+
 template <typename Char> PathParts<Char> SplitPath(std::basic_string_view<Char> path) {
     constexpr auto npos = std::basic_string_view<Char>::npos;
     PathParts<Char> parts;
-    if (path.size() >= 2 && path[1] == Char(':')) {
+    if (path.size() >= 2 && path[1] == Char(':'))
         parts.drive = path.substr(0, 2);
-        path.remove_prefix(2);
-    }
-    const std::size_t folderLength = FindLastSeparator(path) + 1;
-    parts.folder = path.substr(0, folderLength);
-    path.remove_prefix(folderLength);
+    parts.folder = path.substr(parts.drive.size(), FolderSize(path, parts.drive.size()));
+    path.remove_prefix(parts.drive.size() + parts.folder.size());
     const std::size_t dot = FindLast(path, '.');
     parts.name = path.substr(0, dot);
     if (dot != npos)

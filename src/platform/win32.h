@@ -17,8 +17,11 @@
 
 #include <cstdlib>
 
+#include "platform/windows/narrow_path.h"
+
 #else
 
+#include "platform/posix/narrow_path.h"
 #include "platform/posix/win32.h"
 
 #endif

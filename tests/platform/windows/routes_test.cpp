@@ -4,6 +4,9 @@
 #include "vellox/pathtext.h"
 #include "vellox/trash.h"
 
+// Behind the others: it takes names that the standard library uses.
+#include <mbctype.h>
+
 // What shows only where narrow text is of a code page, and where the shell has limits.
 
 namespace Vellox::FileNames {
@@ -54,6 +57,17 @@ TEST_F(RoutesTest, ReadTheSameBytesInTwoWays) {
     GetTempFilenameNoCreate();
     SetTemporaryFolder(temporary);
     EXPECT_EQ(GetFolderFiles(".\\Canci\u00F3n \u00F1\\*").size(), 2U) << "deleted by another name than it was made by";
+}
+
+// The second byte of the Japanese character \x83\\ has the value of a backslash.
+TEST_F(RoutesTest, SplitBetweenCharacters) {
+    const int before = ::_getmbcp();
+    for (const int codePage : {932, before}) {
+        SCOPED_TRACE(codePage);
+        ::_setmbcp(codePage);
+        EXPECT_EQ(GetPathWithoutFilename("C:\\x\\\x83\\.wav"), codePage == 932 ? "C:\\x\\" : "C:\\x\\\x83\\");
+        EXPECT_EQ(GetPathWithoutFilename("C:\\x\\\x83\x41.wav"), "C:\\x\\");
+    }
 }
 
 TEST_F(RoutesTest, LoseNothingBehindALongPath) {
