@@ -6,9 +6,7 @@
 #include <atomic>
 
 #include "platform/posix/base/descriptor.h"
-#include "platform/posix/base/errors.h"
 #include "platform/posix/base/paths.h"
-#include "platform/posix/base/rename.h"
 
 namespace Vellox::Posix {
 namespace {
@@ -63,18 +61,6 @@ bool IsAt(Entry entry, const struct stat& wanted) {
 std::string NextTemporaryName() {
     static std::atomic<unsigned> counter{0};
     return ".vellox-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".tmp";
-}
-
-bool UnlinkIfSame(Entry entry, const struct stat& wanted) {
-    if (!IsAt(entry, wanted))
-        return Fail(ERROR_FILE_NOT_FOUND);
-    const std::string doomed = NextTemporaryName();
-    if (!RenameIntoFreeName(entry.folder, entry.name, entry.folder, doomed.c_str()))
-        return errno != ENOENT && IsAt(entry, wanted) && ::unlinkat(entry.folder, entry.name, 0) == 0;
-    if (IsAt({entry.folder, doomed.c_str()}, wanted) && ::unlinkat(entry.folder, doomed.c_str(), 0) == 0)
-        return true;
-    RenameIntoFreeName(entry.folder, doomed.c_str(), entry.folder, entry.name);
-    return Fail(ERROR_ACCESS_DENIED);
 }
 
 } // namespace Vellox::Posix

@@ -34,11 +34,6 @@ std::string NextTemporaryName();
 // True if the entry that now has the name is the one with that status.
 bool IsAt(Entry entry, const struct stat& wanted);
 
-// Deletes an entry, no folder, if it is the one with that status. Another process can put another one there at any
-// time, but not under a name that it does not know, so it goes under such a name; where it cannot take one, a look
-// right before has to do.
-bool UnlinkIfSame(Entry entry, const struct stat& wanted);
-
 // True if the path is that folder or would stand below it, whatever links lead there, or leads through it.
 bool LiesInFolder(const std::string& path, const struct stat& folder);
 

@@ -176,11 +176,12 @@ bool MoveInto(const Bin& bin, const Item& item) {
         const bool isReserved = WriteInfo(bin, infoName, text);
         if (isReserved && RenameIntoFreeName(AT_FDCWD, path.c_str(), bin.files.Get(), name.c_str()))
             return true;
-        const int error = errno;
-        if (isReserved)
+        if (isReserved) {
+            const KeptErrors errors;
             ::unlinkat(bin.info.Get(), infoName.c_str(), 0);
-        if (error != EEXIST)
-            return Fail(ErrorFromErrno(error));
+        }
+        if (errno != EEXIST)
+            return FailFromErrno();
     }
     return Fail(ERROR_ALREADY_EXISTS);
 }

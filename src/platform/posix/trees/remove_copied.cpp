@@ -10,6 +10,7 @@
 
 #include "platform/posix/base/descriptor.h"
 #include "platform/posix/base/errors.h"
+#include "platform/posix/base/rename.h"
 #include "platform/posix/base/sharing.h"
 #include "platform/posix/trees/compare.h"
 #include "platform/posix/trees/delete.h"
