@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include "platform/posix/base/descriptor.h"
@@ -16,11 +17,14 @@ namespace {
 constexpr off_t bufferSize = off_t{64} * 1024;
 constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();
 
+enum class Zeros { Write, Skip };
+
 // What is left of a stretch between the two files' positions, which both calls for copying move on.
 struct Stretch {
     int source;
     int copy;
     off_t length;
+    Zeros zeros = Zeros::Write;
 };
 
 // Clones the blocks where the file system can. The kernel may stop early, at the end of the file or for a reason of its
@@ -37,16 +41,26 @@ void CopyInKernel(Stretch& stretch) {
     }
 }
 
+bool IsZero(const char* data, std::size_t count) {
+    return count > 0 && data[0] == 0 && std::memcmp(data, data + 1, count - 1) == 0;
+}
+
+bool WritePiece(const Stretch& stretch, const char* data, std::size_t count) {
+    if (stretch.zeros == Zeros::Skip && IsZero(data, count))
+        return ::lseek(stretch.copy, static_cast<off_t>(count), SEEK_CUR) >= 0 || FailFromErrno();
+    std::size_t written = 0;
+    return WriteAll(stretch.copy, data, count, written) || FailWritingFromErrno();
+}
+
 bool CopyByReading(Stretch stretch) {
     char buffer[bufferSize];
     while (stretch.length > 0) {
         const auto count = static_cast<std::size_t>(std::min(stretch.length, bufferSize));
         std::size_t read = 0;
-        std::size_t written = 0;
         if (!ReadAll(stretch.source, buffer, count, read))
             return FailFromErrno();
-        if (!WriteAll(stretch.copy, buffer, read, written))
-            return FailWritingFromErrno();
+        if (!WritePiece(stretch, buffer, read))
+            return false;
         if (read < count)
             return true;
         stretch.length -= static_cast<off_t>(read);
@@ -65,9 +79,8 @@ bool CopySmallFile(const OpenEntry& source, int copy) {
     const ssize_t read = Retried([&] { return ::read(source.descriptor, buffer, sizeof buffer); });
     if (read < 0)
         return FailFromErrno();
-    std::size_t written = 0;
-    if (!WriteAll(copy, buffer, static_cast<std::size_t>(read), written))
-        return FailWritingFromErrno();
+    if (!WritePiece({source.descriptor, copy, read}, buffer, static_cast<std::size_t>(read)))
+        return false;
     return read == source.status.st_size || CopyByReading({source.descriptor, copy, toTheEnd});
 }
 
@@ -90,7 +103,8 @@ bool CopyBetweenHoles(int source, int copy) {
         hole = ::lseek(source, data, SEEK_HOLE);
         if (hole < 0 || ::lseek(source, data, SEEK_SET) < 0 || ::lseek(copy, data, SEEK_SET) < 0)
             return FailFromErrno();
-        if (!CopyStretch({source, copy, hole - data}))
+        // FUSE tells a file without holes for those of a program that does not know them (ntfs-3g, bindfs).
+        if (!CopyStretch({source, copy, hole - data, Zeros::Skip}))
             return false;
     }
 }
