@@ -53,7 +53,7 @@ protected:
         data = folder;
         trash = data / "Vellox Studio 10/Trash";
         bins[0] = data / "Trash";
-        bins[1] = "/dev/shm/.Trash-" + std::to_string(::geteuid());
+        bins[1] = FolderOnOtherVolume() / (".Trash-" + std::to_string(::geteuid()));
         fs::create_directories(trash);
         SetEnvironment("XDG_DATA_HOME", data.string());
         EXPECT_EQ(GetTrashFolderPath(), Win32(trash));

@@ -329,6 +329,8 @@ TEST_F(CopyingTest, TakesFilesAndFoldersWithAllTheyHold) {
     const std::string whole = Describe("s");
     for (const fs::path& copy : {At("\u00E9"), OtherVolume() / "d"}) {
         SCOPED_TRACE(copy);
+        if (!HoldsAll(copy.parent_path()))
+            continue;
         const AsOrdinaryUser user;
         CopyFolder("s", Win32(copy));
         ASSERT_EQ(Describe(copy), whole);

@@ -48,8 +48,12 @@ void SetEnvironment(const char* name, const std::string& value);
 void SetDataFolder(const std::filesystem::path& folder);
 void SetTemporaryFolder(const std::filesystem::path& folder);
 
-// A folder on another volume than the temporary folder's.
+// The top of another volume than the temporary folder's: /dev/shm on Linux, or what VELLOX_OTHER_VOLUME names.
 std::filesystem::path FolderOnOtherVolume();
+
+// Whether the folder's volume holds links, FIFOs, any name, rights, owners and times to the nanosecond; tells what it
+// does not hold, as what that shows is left out there. Always so where all volumes are of one kind.
+bool HoldsAll(const std::filesystem::path& folder);
 
 // Only Linux has these; elsewhere nothing is made.
 void MakeLink(const std::filesystem::path& target, const std::filesystem::path& link);

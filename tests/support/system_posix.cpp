@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iostream>
 
 #include "support/system.h"
 
@@ -12,6 +13,11 @@ namespace {
 
 constexpr uid_t ordinaryUser = 65534;
 constexpr struct timespec longAgo { 1234567890, 123456700 };
+
+bool HasNone(const std::filesystem::path& volume, const char* missing) {
+    std::cout << "[ left out ] " << volume << " does not hold " << missing << '\n';
+    return false;
+}
 
 } // namespace
 
@@ -44,12 +50,33 @@ void SetTemporaryFolder(const std::filesystem::path& folder) {
 }
 
 std::filesystem::path FolderOnOtherVolume() {
+    const char* named = std::getenv("VELLOX_OTHER_VOLUME");
+    const std::filesystem::path volume = named != nullptr ? named : "/dev/shm";
     struct stat here {};
     struct stat there {};
-    if (::stat(std::filesystem::temp_directory_path().c_str(), &here) != 0 || ::stat("/dev/shm", &there) != 0 ||
+    if (::stat(std::filesystem::temp_directory_path().c_str(), &here) != 0 || ::stat(volume.c_str(), &there) != 0 ||
         here.st_dev == there.st_dev)
-        throw std::runtime_error("/dev/shm is not another volume");
-    return "/dev/shm";
+        throw std::runtime_error(volume.string() + " is not another volume");
+    return volume;
+}
+
+bool HoldsAll(const std::filesystem::path& folder) {
+    const std::filesystem::path probe = folder / "probe \xE9";
+    struct stat status {};
+    const char* missing = nullptr;
+    if (::mkdir(probe.c_str(), 0751) != 0)
+        return HasNone(folder, "any name");
+    if (::symlink("none", (probe / "link").c_str()) != 0)
+        missing = "links";
+    else if (::mkfifo((probe / "fifo").c_str(), 0600) != 0)
+        missing = "FIFOs";
+    else if (::stat(probe.c_str(), &status) != 0 || (status.st_mode & 07777) != 0751 || status.st_uid != ::geteuid())
+        missing = "rights and owners";
+    MakeOld(probe);
+    if (!IsOld(probe))
+        missing = "exact times";
+    std::filesystem::remove_all(probe);
+    return missing == nullptr || HasNone(folder, missing);
 }
 
 void MakeLink(const std::filesystem::path& target, const std::filesystem::path& link) {

@@ -53,6 +53,10 @@ void SetTemporaryFolder(const std::filesystem::path& folder) {
 }
 
 // Drive Z: of Wine is the root of the system below.
+bool HoldsAll(const std::filesystem::path& /*folder*/) {
+    return true;
+}
+
 std::filesystem::path FolderOnOtherVolume() {
     return R"(Z:\dev\shm)";
 }

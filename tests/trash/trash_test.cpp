@@ -132,6 +132,8 @@ TEST_F(TrashTest, GivesBackWhatItTookFromAnyVolume) {
         items.insert(items.end(), {"to folder", "dangling", "*"});
     for (const fs::path& place : {At("place"), OtherVolume() / "place"}) {
         fs::create_directory(place);
+        if (!HoldsAll(place))
+            continue;
         fs::current_path(place);
         Make({"a.wav", ".vellox-move1", "Canci\u00F3n \u00F1.wav", "empty/"});
         for (const std::string name : {"Song", "Canci\u00F3n \u00F1.Song"}) {
@@ -268,7 +270,8 @@ TEST_F(TrashTest, TouchesNothingAtATakenPlace) {
     for (const fs::path& place : {At("place"), OtherVolume()})
         for (const char* content : {"a", "a/b"})
             for (const char* occupant : {"file", "folder", "link"}) {
-                if (!fs::exists(fs::symlink_status(At(occupant))))
+                const fs::file_status standing = fs::symlink_status(At(occupant));
+                if (!fs::exists(standing) || (fs::is_symlink(standing) && !HoldsAll(place)))
                     continue; // no links here
                 SCOPED_TRACE(place.string() + content + occupant);
                 WriteFile(place / content, "new");
@@ -290,6 +293,8 @@ TEST_F(TrashTest, LeavesWhatHasNoOneNameOnTheOtherVolume) {
     if (!HoldsHere(withoutCodePage))
         GTEST_SKIP() << withoutCodePage.reason;
     const fs::path place = OtherVolume();
+    if (!HoldsAll(place))
+        GTEST_SKIP();
     for (const char* file : {"caf\xE9/a", "caf\u00E9/a", "caf\uFFFD/a"})
         WriteFile(place / file, file);
     WriteFile(trash / "caf\u00E9/a", "of the same name");

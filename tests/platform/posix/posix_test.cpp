@@ -55,7 +55,7 @@ TEST_F(PosixTest, RecyclesEveryItemWithItsWayBack) {
         WriteFile(path / "x", "");
         DeleteFolderWithContents(Win32(path).c_str(), false, false);
     }
-    const fs::path bin = "data/Trash", otherBin = "/dev/shm/.Trash-" + std::to_string(::geteuid());
+    const fs::path bin = "data/Trash", otherBin = FolderOnOtherVolume() / (".Trash-" + std::to_string(::geteuid()));
     struct Row {
         fs::path bin;
         std::string name, pathBegins;
@@ -66,12 +66,15 @@ TEST_F(PosixTest, RecyclesEveryItemWithItsWayBack) {
         {otherBin, item, end + "/a%20b"},
     };
     for (const Row& row : rows) {
+        if (row.bin == otherBin && !HoldsAll(other))
+            continue; // a bin is used only by its owner
         SCOPED_TRACE(row.bin / row.name);
         const std::string info = ReadFile(row.bin / "info" / (row.name + ".trashinfo"));
         EXPECT_EQ(info.find("[Trash Info]\nPath=" + row.pathBegins), 0U) << info;
         EXPECT_NE(info.find("/a%20b%25%C3%A9" + end + "\nDeletionDate=2"), std::string::npos) << info;
         EXPECT_TRUE(fs::exists(row.bin / "files" / row.name / "x"));
     }
+    fs::create_directory(otherBin);
     Shell("find " + otherBin.string() + " -depth \\( -path '*" + end + "*' -o -empty \\) -delete");
     DeleteFolderWithContents(R"(locked\item)", false, false);
     EXPECT_TRUE(fs::exists("locked/item")) << "which cannot be recycled";
