@@ -95,6 +95,9 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
         {"link/*", {"in"}, {}, withLinks},
         {R"(s*\in)", {}, {}},
         {R"(sub\)", {}, {}},
+        {R"(sub\.)", {}, {"sub"}},
+        {R"(.)", {}, {At("").parent_path().filename().string()}},
+        {R"(sub\..)", {}, {At("").parent_path().filename().string()}},
         {R"(none\*)", {}, {}},
         {"", {}, {}},
     };
@@ -117,6 +120,48 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
         }
         EXPECT_EQ(GetFolderFiles(nullptr, name.data(), 5, &state), -1);
         EXPECT_EQ(name, "#######");
+    }
+}
+
+TEST_F(FileSystemTest, ReadsAPatternAsTheSearchOfWindowsDoes) {
+    const Names all = {"take", "take1", "take12", "take1.wav", "a.b.c", "a.bcd", ".x", "README"};
+    const Names withoutDot = {"take", "take1", "take12", "README"};
+    for (const std::string& name : all)
+        Make({"p/" + name});
+    struct Row {
+        std::string pattern;
+        Names found;
+        OnlyOn onlyOn = anywhere;
+    };
+    const Row rows[] = {
+        {"*.*", all},
+        {"*.*.", all},
+        {"*..*", {}},
+        {"take*.*", {"take", "take1", "take12", "take1.wav"}},
+        {"take1.*", {"take1", "take1.wav"}},
+        {"take?.*", {"take", "take1", "take1.wav"}},
+        {"t????", {"take", "take1"}},
+        {"????1.wav", {"take1.wav"}},
+        {"?????1.wav", {}},
+        {"*.", withoutDot},
+        {"*..", withoutDot},
+        {"READ*.", {"README"}},
+        {"t???.", {"take"}},
+        {"a*.", {}},
+        {"a*.?", {"a.b.c"}},
+        {"a.*.*", {"a.b.c", "a.bcd"}},
+        {"a.*.?", {"a.b.c", "a.bcd"}},
+        {"a.*c", {"a.b.c"}},
+        {".*", {".x"}},
+        {".?.*", {".x"}},
+        {"?.x", {".x"}},
+        {"*a*b*c*", {"a.b.c", "a.bcd"}},
+        {"*E", {"take", "README"}},
+    };
+    for (const Row& row : RowsHere(rows, &Row::pattern)) {
+        SCOPED_TRACE(row.pattern);
+        const std::vector<std::string> found = GetFolderFiles("p\\" + row.pattern);
+        EXPECT_EQ(Names(found.begin(), found.end()), row.found);
     }
 }
 
@@ -220,6 +265,8 @@ TEST_F(TemporaryNamesTest, HaveTheirFormAndLeaveOnlyWhatTheyMake) {
         ExpectNamed(GetTempFilename(given), prefix, true);
         ExpectNamed(WideToUtf8(GetTempFilename(Utf8ToWide(given)).c_str()), prefix, true);
     }
+    const WideString threeUnits = Utf8ToWide("\u00E9\U0001F600x");
+    ExpectNamed(WideToUtf8(GetTempFilename(threeUnits).c_str()), "\u00E9\U0001F600", true);
     EXPECT_EQ(GetTempFolder(), folder);
     EXPECT_EQ(GetTempFolderT(), folder);
     SetTemporaryFolder(At("none/../tmp"));

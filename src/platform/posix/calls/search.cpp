@@ -2,74 +2,29 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
-#include <string>
+#include <optional>
 #include <string_view>
 
-#include "platform/ascii.h"
 #include "platform/posix/base/descriptor.h"
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/paths.h"
 #include "platform/posix/base/utf.h"
+#include "platform/posix/calls/search_pattern.h"
 #include "platform/posix/win32.h"
 
 using namespace Vellox::Posix;
-using Vellox::FoldCase;
 
 namespace {
 
+// Null and none when a single entry was looked up, which is no search that could go on.
 struct Search {
-    Folder folder; // null when a name without wildcards was looked up
-    std::string pattern;
-    bool isTail = false; // a `*` and no other wildcard behind it
+    Folder folder;
+    std::optional<SearchPattern> pattern;
 };
-
-std::size_t CharacterEnd(std::string_view name, std::size_t position) {
-    do
-        ++position;
-    while (position < name.size() && IsContinuationByte(name[position]));
-    return position;
-}
-
-// On a mismatch the last `*` takes one more character, so the work is bounded by the product of the lengths.
-bool MatchesWildcards(std::string_view name, std::string_view pattern) {
-    std::size_t position = 0;
-    std::size_t wanted = 0;
-    std::size_t lastStar = std::string_view::npos;
-    std::size_t starEnd = 0;
-    while (position < name.size()) {
-        if (wanted < pattern.size() && pattern[wanted] == '*') {
-            lastStar = wanted++;
-            starEnd = position;
-        } else if (wanted < pattern.size() && pattern[wanted] == '?') {
-            position = CharacterEnd(name, position);
-            ++wanted;
-        } else if (wanted < pattern.size() && FoldCase(pattern[wanted]) == FoldCase(name[position])) {
-            ++position;
-            ++wanted;
-        } else if (lastStar != std::string_view::npos) {
-            starEnd = CharacterEnd(name, starEnd);
-            position = starEnd;
-            wanted = lastStar + 1;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', wanted) == std::string_view::npos;
-}
-
-bool EndsIn(std::string_view name, std::string_view tail) {
-    return name.size() >= tail.size() &&
-           std::equal(tail.begin(), tail.end(), name.end() - static_cast<std::ptrdiff_t>(tail.size()),
-                      [](char one, char other) { return FoldCase(one) == FoldCase(other); });
-}
-
-bool Matches(std::string_view name, const Search& search) {
-    const std::string_view pattern = search.pattern;
-    if (search.isTail)
-        return EndsIn(name, pattern.substr(1));
-    return pattern == "*.*" || MatchesWildcards(name, pattern);
-}
 
 DWORD AttributesOf(mode_t kind, int folder, const char* name) {
     if (S_ISDIR(kind))
@@ -89,20 +44,25 @@ mode_t KindOf(int folder, const dirent& entry) {
     return ::fstatat(folder, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mode : mode_t{S_IFREG};
 }
 
+// A backslash in a name, as a badly made archive can leave it, would be a separator in a path that a host makes of it,
+// and the path would lead elsewhere. With U+FFFD in its place the name leads nowhere.
 void FillMatch(WIN32_FIND_DATAW& match, DWORD attributes, std::string_view name) {
     match.dwFileAttributes = attributes;
-    const std::size_t length = DecodeUtf8(name.data(), name.size(), match.cFileName, MAX_PATH - 1);
-    match.cFileName[length == doesNotFit ? 0 : length] = 0;
+    std::size_t length = DecodeUtf8(name.data(), name.size(), match.cFileName, MAX_PATH - 1);
+    if (length == doesNotFit)
+        length = 0;
+    match.cFileName[length] = 0;
+    std::replace(match.cFileName, match.cFileName + length, u'\\', u'\uFFFD');
 }
 
-bool DeliverNext(const Search& search, WIN32_FIND_DATAW& match) {
+bool DeliverNext(Search& search, WIN32_FIND_DATAW& match) {
     if (!search.folder)
         return Fail(ERROR_NO_MORE_FILES);
     const int folder = ::dirfd(search.folder.Get());
     errno = 0;
     while (const dirent* entry = ::readdir(search.folder.Get())) {
         const std::string_view name = entry->d_name;
-        if (!Matches(name, search))
+        if (!search.pattern->Matches(name))
             continue;
         FillMatch(match, AttributesOf(KindOf(folder, *entry), folder, entry->d_name), name);
         return true;
@@ -110,19 +70,35 @@ bool DeliverNext(const Search& search, WIN32_FIND_DATAW& match) {
     return errno == 0 ? Fail(ERROR_NO_MORE_FILES) : FailFromErrno();
 }
 
-bool StartSearch(std::string_view path, Search& search, WIN32_FIND_DATAW& match) {
-    Place place;
-    if (path.back() == '/' || !SplitLastComponent(path, place))
+// A folder that is named by dots alone is told by the name that it has above it; the root has none.
+bool LookUpDots(const char* path, WIN32_FIND_DATAW& match) {
+    char resolved[PATH_MAX];
+    if (::realpath(path, resolved) == nullptr)
+        return FailFromErrno();
+    const std::string_view name = std::strrchr(resolved, '/') + 1;
+    if (name.empty())
         return Fail(ERROR_FILE_NOT_FOUND);
-    if (place.name.find_first_of("*?") == std::string::npos) {
-        struct stat status;
-        if (::fstatat(AT_FDCWD, path.data(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-            return FailFromErrno();
-        FillMatch(match, AttributesOf(status.st_mode, AT_FDCWD, path.data()), place.name);
-        return true;
-    }
-    search.pattern = place.name;
-    search.isTail = place.name.find_last_of("*?") == 0 && place.name[0] == '*';
+    FillMatch(match, FILE_ATTRIBUTE_DIRECTORY, name);
+    return true;
+}
+
+bool LookUpName(const char* path, std::string_view name, WIN32_FIND_DATAW& match) {
+    struct stat status;
+    if (::lstat(path, &status) != 0)
+        return FailFromErrno();
+    FillMatch(match, AttributesOf(status.st_mode, AT_FDCWD, path), name);
+    return true;
+}
+
+bool StartSearch(const PosixPath& path, Search& search, WIN32_FIND_DATAW& match) {
+    if (path.View().back() == '/')
+        return Fail(ERROR_FILE_NOT_FOUND);
+    Place place;
+    if (!SplitLastComponent(path.View(), place))
+        return LookUpDots(path.Text(), match);
+    if (!SearchPattern::HasWildcard(place.name))
+        return LookUpName(path.Text(), place.name, match);
+    search.pattern.emplace(place.name);
     search.folder = Folder(::opendir(place.folder.c_str()));
     if (!search.folder)
         return FailFromErrno();
@@ -136,11 +112,11 @@ HANDLE FindFirstFileW(const WCHAR* pattern, WIN32_FIND_DATAW* match) {
     if (!path.IsValid())
         return INVALID_HANDLE_VALUE;
     auto search = std::make_unique<Search>();
-    return StartSearch(path.View(), *search, *match) ? search.release() : INVALID_HANDLE_VALUE;
+    return StartSearch(path, *search, *match) ? search.release() : INVALID_HANDLE_VALUE;
 }
 
 BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW* match) {
-    return static_cast<BOOL>(DeliverNext(*static_cast<const Search*>(search), *match));
+    return static_cast<BOOL>(DeliverNext(*static_cast<Search*>(search), *match));
 }
 
 BOOL FindClose(HANDLE search) {
