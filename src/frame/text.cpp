@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/win32.h"
+#include "platform/operations.h"
 
 namespace Vellox {
 namespace {
@@ -83,7 +83,7 @@ bool IsValidUtf8(const std::string& text) {
 WideString ShellPath(const std::string& path) {
     WideString wide = Utf8ToWide(path);
     if (WideToUtf8(wide.c_str()) != UpToNul(path))
-        return WidenBytes(std::string(UpToNul(path)));
+        return Platform::MayWidenBytes() ? WidenBytes(std::string(UpToNul(path))) : WideString();
     wide.append(2, 0);
     return wide;
 }

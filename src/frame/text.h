@@ -46,7 +46,8 @@ std::string WideToUtf8(const WideChar* text);
 WideString WidenBytes(const std::string& text);
 
 // A path as the shell operation takes it, a list of one closed by a second NUL: valid UTF-8 decoded, so that it means
-// what it means on the UTF-8 route, and anything else by WidenBytes.
+// what it means on the UTF-8 route, and anything else by WidenBytes; or empty text, which names nothing, on a system
+// where WidenBytes would make the name of another entry.
 WideString ShellPath(const std::string& path);
 
 // The text up to its first NUL, which is where the system stops reading.

@@ -19,6 +19,11 @@ bool OpensForReading(const WCHAR* path);
 // is refused in the same step, never replaced.
 int RenameWithoutReplacing(const char* oldPath, const char* newPath);
 
+// True if a path that is not UTF-8 may go to the shell operation as one character of the same value for each byte.
+// Where narrow text is the bytes of a name, those characters make the name of another entry, and nothing may be
+// touched.
+bool MayWidenBytes();
+
 // SHFileOperationW, kept from paths that it cannot take safely. Gives 0 if the whole operation succeeded.
 int RunShellOperation(SHFILEOPSTRUCTW& operation);
 

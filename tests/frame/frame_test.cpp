@@ -38,8 +38,9 @@ TEST(Text, ConvertsEveryClassOfCodePointAtEveryPosition) {
             ASSERT_TRUE(IsValidUtf8(utf8)) << utf8;
         }
     EXPECT_EQ(WidenBytes("caf\xC3\xA9"), Wide({u"caf\xC3\xA9\0\0", 7}));
-    for (const char* name : {"caf\xC3\xA9", "caf\xE9"})
-        EXPECT_EQ(ShellPath(name), Wide({u"caf\xE9\0\0", 6}));
+    const WideString asShellPath = Wide({u"caf\xE9\0\0", 6});
+    EXPECT_EQ(ShellPath("caf\xC3\xA9"), asShellPath);
+    EXPECT_EQ(ShellPath("caf\xE9"), HoldsHere(withoutCodePage) ? WideString() : asShellPath);
 }
 
 // A question mark stands for the replacement character.

@@ -67,6 +67,10 @@ int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
     return Posix::RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) || Posix::FailFromErrno() ? 0 : -1;
 }
 
+bool MayWidenBytes() {
+    return false;
+}
+
 int RunShellOperation(SHFILEOPSTRUCTW& operation) {
     return ::SHFileOperationW(&operation);
 }

@@ -48,6 +48,10 @@ int RenameWithoutReplacing(const char* oldPath, const char* newPath) {
     return isOtherVolume && !IsAscii(oldPath) && std::rename(oldPath, newPath) == 0 ? 0 : -1;
 }
 
+bool MayWidenBytes() {
+    return true;
+}
+
 int RunShellOperation(SHFILEOPSTRUCTW& operation) {
     return Windows::RunShellOperation(operation);
 }
