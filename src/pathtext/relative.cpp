@@ -53,6 +53,11 @@ std::string GetAbsolutePath(std::string path, const char* base) {
 }
 
 std::int32_t GetPathRelativeToOtherFile(std::string& result, const std::string& otherFile, const std::string& path) {
+    // The full form of nothing against nothing is nothing, which MakeAbsolute cannot tell from a path that is refused.
+    if (UpToNul(path).empty() && UpToNul(otherFile).empty()) {
+        result.clear();
+        return 1;
+    }
     std::string absolute = path;
     if (!MakeAbsolute(absolute, otherFile.c_str()))
         return 0;

@@ -250,6 +250,7 @@ TEST_F(PathTest, IsExpressedRelativeToAnotherFile) {
         {file, "t.wav", R"(s.sng\t.wav)"},
         {file, R"(..\t.wav)", "t.wav"},
         {file, "", R"(s.sng\)"},
+        {"", "", ""},
         {R"(C:\s.sng)", longFolder + "t.wav", unchanged},
         {longFolder + "s.sng", R"(C:\t.wav)", unchanged},
     };
