@@ -82,8 +82,8 @@ bool IsExecutable(const std::string& path) {
         return FailFromErrno();
     if (!S_ISREG(status.st_mode))
         return Fail(ERROR_ACCESS_DENIED);
-    // A script that may not be read would start its interpreter and fail there.
-    return ::eaccess(path.c_str(), R_OK | X_OK) == 0 || FailFromErrno();
+    // A program that may be executed and not read runs all the same: execve reads it, not the user.
+    return ::eaccess(path.c_str(), X_OK) == 0 || FailFromErrno();
 }
 
 std::string FindInSearchPath(const std::string& name) {
