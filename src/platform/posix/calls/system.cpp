@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
@@ -7,6 +8,7 @@
 
 #include "platform/limits.h"
 #include "platform/posix/base/data_folder.h"
+#include "platform/posix/base/entry.h"
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/paths.h"
 #include "platform/posix/base/times.h"
@@ -31,12 +33,36 @@ BOOL SHGetSpecialFolderPathA(HWND /*owner*/, char* buffer, int folder, BOOL crea
     return TRUE;
 }
 
+namespace {
+
+constexpr const char* programLink = "/proc/self/exe";
+
+// What stands at the path is the file that the process runs.
+bool IsRunningProgram(const char* path) {
+    struct stat atPath;
+    struct stat running;
+    return ::stat(path, &atPath) == 0 && ::stat(programLink, &running) == 0 && IsSameEntry(atPath, running);
+}
+
+// Linux puts " (deleted)" behind the path in /proc/self/exe when the program's file was removed or replaced, as an
+// update does it. A program can also really have such a name.
+std::string_view WithoutDeletedMark(const char* path, std::size_t length) {
+    constexpr std::string_view mark = " (deleted)";
+    std::string_view text(path, length);
+    if (text.ends_with(mark) && !IsRunningProgram(path))
+        text.remove_suffix(mark.size());
+    return text;
+}
+
+} // namespace
+
 DWORD GetModuleFileNameA(HMODULE /*module*/, char* buffer, DWORD capacity) {
     char path[PATH_MAX];
-    const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path);
+    const ssize_t length = ::readlink(programLink, path, sizeof path - 1);
     if (length < 0)
         return static_cast<DWORD>(FailFromErrno());
-    const std::string text = ToWin32Text({path, static_cast<std::size_t>(length)});
+    path[length] = '\0';
+    const std::string text = ToWin32Text(WithoutDeletedMark(path, static_cast<std::size_t>(length)));
     if (text.size() >= capacity)
         return static_cast<DWORD>(Fail(ERROR_INSUFFICIENT_BUFFER));
     std::memcpy(buffer, text.c_str(), text.size() + 1);
