@@ -22,7 +22,7 @@ using namespace Vellox::Posix;
 
 namespace {
 
-constexpr int prefixCharacters = 3;
+constexpr std::size_t prefixLength = 3;
 constexpr int mostTries = 65536;
 
 std::string TemporaryFolder() {
@@ -43,9 +43,10 @@ unsigned NextNumber() {
     return next++;
 }
 
+// Whole characters of UTF-8, so that no name ends in the middle of one.
 std::string_view FirstCharacters(std::string_view prefix) {
     std::size_t end = 0;
-    for (int count = 0; count < prefixCharacters && end < prefix.size(); ++count) {
+    for (std::size_t count = 0; count < prefixLength && end < prefix.size(); ++count) {
         do
             ++end;
         while (end < prefix.size() && IsContinuationByte(prefix[end]));
@@ -63,7 +64,6 @@ bool CreateNewFile(const std::string& path) {
 
 // The path of a new file; empty, with the last error set, if none could be made.
 std::string MakeTemporaryFile(std::string folder, std::string_view prefix) {
-    prefix = FirstCharacters(prefix);
     if (folder.empty() || std::any_of(prefix.begin(), prefix.end(), IsSeparator<char>)) {
         Fail(ERROR_INVALID_PARAMETER);
         return {};
@@ -86,9 +86,9 @@ std::string MakeTemporaryFile(std::string folder, std::string_view prefix) {
     return {};
 }
 
-std::string Narrow(const WCHAR* text) {
-    std::string narrow(WideLength(text) * 3, '\0');
-    narrow.resize(EncodeUtf8(text, WideLength(text), narrow.data(), narrow.size()));
+std::string Narrow(std::u16string_view text) {
+    std::string narrow(text.size() * 3, '\0');
+    narrow.resize(EncodeUtf8(text.data(), text.size(), narrow.data(), narrow.size()));
     return narrow;
 }
 
@@ -119,7 +119,7 @@ DWORD GetTempPathW(DWORD capacity, WCHAR* buffer) {
 UINT GetTempFileNameA(const char* folder, const char* prefix, UINT unique, char* buffer) {
     if (unique != 0)
         return static_cast<UINT>(Fail(ERROR_INVALID_PARAMETER));
-    const std::string path = MakeTemporaryFile(folder, prefix);
+    const std::string path = MakeTemporaryFile(folder, FirstCharacters(prefix));
     if (path.empty())
         return 0;
     std::memcpy(buffer, path.c_str(), path.size() + 1);
@@ -129,7 +129,9 @@ UINT GetTempFileNameA(const char* folder, const char* prefix, UINT unique, char*
 UINT GetTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT unique, WCHAR* buffer) {
     if (unique != 0)
         return static_cast<UINT>(Fail(ERROR_INVALID_PARAMETER));
-    const std::u16string path = Widen(MakeTemporaryFile(Narrow(folder), Narrow(prefix)));
+    // Of wide text it is three units, also where the third is the first half of a surrogate pair.
+    const std::u16string_view start = std::u16string_view(prefix).substr(0, prefixLength);
+    const std::u16string path = Widen(MakeTemporaryFile(Narrow(folder), Narrow(start)));
     if (path.empty())
         return 0;
     std::copy_n(path.c_str(), path.size() + 1, buffer);
