@@ -65,8 +65,12 @@ bool SplitLastComponent(std::string_view posixPath, Place& place) {
 
 std::string ToWin32Text(std::string_view posixPath) {
     std::string text = "C:";
-    text += posixPath;
-    std::replace(text.begin(), text.end(), '/', '\\');
+    for (const char character : posixPath) {
+        if (character == '\\')
+            text += "\uFFFD";
+        else
+            text += character == '/' ? '\\' : character;
+    }
     return text;
 }
 

@@ -37,7 +37,8 @@ struct Place {
 };
 bool SplitLastComponent(std::string_view posixPath, Place& place);
 
-// An absolute path of this system as Win32 text on drive C:.
+// An absolute path of this system as Win32 text on drive C:. A backslash in a name becomes U+FFFD, as it would be read as
+// a separator, and the text would be the path of something else.
 std::string ToWin32Text(std::string_view posixPath);
 
 } // namespace Vellox::Posix

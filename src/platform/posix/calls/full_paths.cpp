@@ -22,7 +22,9 @@ public:
         char path[PATH_MAX];
         if (::getcwd(path, sizeof path) == nullptr)
             return FailFromErrno();
-        if (path[0] != '/')
+        // getcwd of Linux tells a folder outside of the process's root as "(unreachable)/...". And a name with a backslash
+        // in it would become another path.
+        if (path[0] != '/' || std::strchr(path, '\\') != nullptr)
             return Fail(ERROR_PATH_NOT_FOUND);
         Take({path + 1, std::strlen(path + 1)});
         return true;
