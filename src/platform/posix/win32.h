@@ -137,8 +137,8 @@ struct FILETIME {
     DWORD dwHighDateTime;
 };
 
-// OPEN_EXISTING and CREATE_ALWAYS only. A folder opens with FILE_FLAG_BACKUP_SEMANTICS alone, and a FIFO for reading
-// without a wait.
+// OPEN_EXISTING and CREATE_ALWAYS only; any other disposition is refused. A folder opens with
+// FILE_FLAG_BACKUP_SEMANTICS alone, and a FIFO for reading without a wait.
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* security, DWORD disposition,
                    DWORD flags, HANDLE templateFile);
 BOOL ReadFile(HANDLE file, void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped);

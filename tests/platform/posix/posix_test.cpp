@@ -11,6 +11,7 @@
 #include "support/scratch.h"
 #include "vellox/filesystem.h"
 #include "vellox/frame.h"
+#include "vellox/pathtext.h"
 #include "vellox/processes.h"
 
 // What only this system has below the calls: links with targets, signals, descriptors, the freedesktop.org trash.
@@ -99,6 +100,45 @@ TEST_F(PosixTest, CopiesNothingThroughALinkOverAHeldFileOrIntoTheFolderThatItRea
     EXPECT_EQ(ReadFile("up/x"), "upper\n");
 }
 
+TEST_F(PosixTest, TouchesNothingThroughANameThatNoPathCanTell) {
+    Shell(R"(mkdir -p in/sub "$(printf 'caf\351')/x" "$(printf 'caf\303\251')/x")");
+    Shell(R"(cd in/sub; touch '..\..\victim' ../../victim)");
+    EXPECT_EQ(GetFolderFiles(R"(in\sub\*)"), std::vector<std::string>{"..\uFFFD..\uFFFDvictim"});
+    const std::string before = Describe(".");
+    CopyFolder("caf\xE9", "copy");
+    CopyFolder("in", "copy\xE9");
+    DeleteFolderWithContents("caf\xE9", false, true);
+    EXPECT_EQ(Describe("."), before);
+    for (const std::string& name : GetFolderFiles(R"(in\sub\*)"))
+        DeleteFolderWithContents((R"(in\sub\)" + name).c_str(), false, true);
+    EXPECT_TRUE(fs::exists("victim"));
+    fs::current_path("in/sub");
+    fs::create_directory(R"(..\sub)");
+    fs::current_path(R"(..\sub)");
+    EXPECT_EQ(path_rimuovifilename(std::string("x")), "") << "in a folder with such a name";
+}
+
+TEST_F(PosixTest, OpensFilesInNoOtherWayThanAsked) {
+    for (const DWORD disposition : {1U, 4U, 5U}) // CREATE_NEW, OPEN_ALWAYS, TRUNCATE_EXISTING
+        EXPECT_EQ(::CreateFileW(u"new", GENERIC_WRITE, 0, nullptr, disposition, 0, nullptr), INVALID_HANDLE_VALUE);
+    EXPECT_TRUE(fs::is_empty("."));
+}
+
+// A copy of this program, which starts itself, is removed while it runs.
+TEST_F(PosixTest, TellsAProgramWhoseFileIsGone) {
+    constexpr const char* variable = "VELLOX_TEST_PROGRAM";
+    if (const char* program = std::getenv(variable)) {
+        EXPECT_EQ(GetModuleFilename(), Win32(program));
+        fs::remove(program);
+        EXPECT_EQ(GetModuleFilename(), Win32(program));
+        return;
+    }
+    for (const std::string name : {"program", "program (deleted)"}) {
+        fs::copy_file("/proc/self/exe", name);
+        Shell(std::string(variable) + "='" + At(name).string() + "' './" + name + "' --gtest_filter=*WhoseFileIsGone");
+    }
+}
+
 TEST_F(PosixTest, DeletesDeepFoldersAndWildcardsByTheirNames) {
     Shell("mkdir -p 't/*' t/ab; touch 't/*/x' t/ab/x");
     DeleteFolderWithContents(R"(t\*)", false, true);
@@ -159,6 +199,12 @@ TEST_F(PosixTest, SplitsACommandLineAsAWindowsProgramWould) {
     };
     for (const auto& [line, words] : rows)
         EXPECT_EQ(Posix::SplitCommandLine(line), words) << line;
+}
+
+TEST_F(PosixTest, RunsAProgramThatMayNotBeRead) {
+    Shell("cp /bin/true hidden; chmod 111 hidden");
+    const AsOrdinaryUser user;
+    EXPECT_TRUE(Runs({In("hidden")}));
 }
 
 // The host has much open, blocks and ignores signals, and has a child of its own, which stays its own.

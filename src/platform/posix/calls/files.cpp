@@ -33,8 +33,9 @@ bool MayBeOpened(const struct stat& status, DWORD access, DWORD flags) {
     return (access & GENERIC_WRITE) == 0 || (!S_ISFIFO(status.st_mode) && !IsReadOnly(status));
 }
 
-// The file is emptied only when nobody stands against it. What it held before that says nothing: someone may have
-// written since.
+// CREATE_ALWAYS empties the file here, by ftruncate, and not by O_TRUNC in open: at that moment nobody had been asked
+// yet whether he shares the file. It is emptied also if its size was 0 in the fstat before, as another user may have
+// written to it between that call and the sharing locks.
 bool EmptyFile(int descriptor, const struct stat& status) {
     if (!S_ISREG(status.st_mode))
         return true;
@@ -63,6 +64,10 @@ Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD 
 
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* /*security*/,
                    DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
+    if (disposition != OPEN_EXISTING && disposition != CREATE_ALWAYS) {
+        Fail(ERROR_INVALID_PARAMETER);
+        return INVALID_HANDLE_VALUE;
+    }
     const PosixPath place(path);
     if (!place.IsValid())
         return INVALID_HANDLE_VALUE;
