@@ -8,10 +8,11 @@
 namespace Vellox::FileNames {
 namespace {
 
-// How many components stand for the place where the walk begins, and are neither tested nor made.
+// How many components at the start are neither tested nor made: a share's two (`\\server\share`), none behind a single
+// backslash (`\a\b`), and else the first one, which stands for the drive (`C:\a`).
 std::size_t RootComponents(const std::string& path) {
     if (path.compare(0, 2, "\\\\") == 0)
-        return 2; // server and share
+        return 2;
     return path[0] == '\\' ? 0 : 1;
 }
 

@@ -12,7 +12,8 @@ namespace Vellox::FileNames {
 std::string ComposeFreeName(std::string stem, const std::string& tail, const char* beforeNumber,
                             bool (*isTaken)(const std::string& path)) {
     const std::size_t stemLength = stem.size();
-    // The system reads up to a NUL, so behind one a number makes no difference.
+    // The system reads a path up to its first NUL. With one in the stem, all numbers would make the same path, and the
+    // loop would run to its end.
     const bool canBeNumbered = stem.find('\0') == std::string::npos;
     std::string candidate = std::move(stem);
     candidate += tail;

@@ -4,12 +4,12 @@
 
 namespace Vellox::FileNames {
 
-// The two existence tests. They differ in meaning and are to go on differing.
+// The two existence tests. A file that may not be read, and a folder, fail the first one and pass the second.
 
-// The path opens for reading and so is no folder.
+// True if the path can be opened to be read, which a folder cannot.
 bool CheckFileExists(const std::string& path);
 
-// The attributes of the path can be read, so any file or folder stands there, a link that points nowhere included.
+// True if the attributes of the path can be read: a file or a folder stands there, or a link, also one to nowhere.
 bool CheckFolderExists(const std::string& path);
 
 } // namespace Vellox::FileNames

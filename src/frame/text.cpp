@@ -11,10 +11,13 @@
 namespace Vellox {
 namespace {
 
-// Text up to this length is converted on the stack, so that its result is made at once and in its own size.
+// Text up to this length is converted on the stack, which takes no memory, and its result is copied once its size is
+// known.
 constexpr std::size_t shortText = pathBufferSize;
 
-// The terminator goes with the text, and not every system counts it behind an unfinished sequence.
+// The text is handed over with its terminating NUL, which the answer counts: `length` bytes give at most as many units,
+// and one more. MultiByteToWideChar of Wine 8 counts none behind a sequence that the text breaks off, such as
+// "caf\xE9": it takes the NUL for a part of the sequence.
 std::size_t ToWide(const char* text, std::size_t length, WideChar* buffer, std::size_t capacity) {
     const auto size = static_cast<std::size_t>(
         ::MultiByteToWideChar(CP_UTF8, 0, text, static_cast<int>(length) + 1, buffer, static_cast<int>(capacity)));
@@ -29,7 +32,8 @@ std::size_t ToUtf8(std::basic_string_view<WideChar> text, char* buffer, std::siz
 
 } // namespace
 
-// A sequence of n bytes never gives more than n units.
+// A buffer of one unit for each byte is enough: a character of one, two or three bytes gives one unit, one of four
+// bytes two, and of broken UTF-8 a byte gives one U+FFFD at most.
 WideArgument::WideArgument(const std::string& text) {
     const std::size_t length = UpToNul(text).size();
     WideChar* buffer = short_;
@@ -47,7 +51,8 @@ WideString Utf8ToWide(const std::string& text) {
     return WideString(WideArgument(text).View());
 }
 
-// A unit never gives more than three bytes.
+// A buffer of three bytes for each unit is enough: a surrogate pair is two units and gives four bytes, and any other
+// unit, half a pair as U+FFFD included, gives three at most.
 std::string WideToUtf8(const WideChar* units) {
     const std::basic_string_view<WideChar> text(units);
     if (text.empty() || text.size() > INT_MAX / 3)
@@ -75,7 +80,7 @@ bool IsAscii(std::string_view text) {
     return bits < 0x80;
 }
 
-// Only valid UTF-8 survives the way there and back.
+// Text that was not valid UTF-8 has U+FFFD in it after the way to UTF-16 and back.
 bool IsValidUtf8(const std::string& text) {
     return WideToUtf8(Utf8ToWide(text).c_str()) == UpToNul(text);
 }
@@ -88,7 +93,7 @@ WideString ShellPath(const std::string& path) {
     return wide;
 }
 
-// Without a way out in the middle, the loop takes whole blocks at once.
+// The loop goes on behind a difference: without a way out in its middle, the compiler makes vector instructions of it.
 bool EqualsIgnoringCase(std::string_view first, std::string_view second) {
     if (first.size() != second.size())
         return false;
@@ -106,14 +111,17 @@ constexpr std::uint64_t InEachByte(char byte) {
     return 0x0101010101010101U * static_cast<unsigned char>(byte);
 }
 
-// The highest bit of each byte of the word that is the wanted one, and no other bit.
+// The highest bit of each byte of the word that is the wanted one, and no other bit. A byte of the difference is 0
+// where the wanted one stands. Adding 0x7F to the lower seven bits of a byte sets its highest bit unless they are all
+// 0, and never carries into the next byte; with the byte's own highest bit, that tells every byte that is not 0.
 std::uint64_t BytesEqualTo(char wanted, std::uint64_t word) {
     constexpr std::uint64_t lowBits = InEachByte(0x7F);
     const std::uint64_t difference = word ^ InEachByte(wanted);
     return ~(((difference & lowBits) + lowBits) | difference | lowBits);
 }
 
-// The last byte of a word in memory is its highest.
+// From the end of the text, eight bytes at a time. On a little-endian processor the last byte in memory is the highest
+// of the word, so the first bit that is set, from above, tells the last place.
 std::size_t FindLastOfTwo(std::string_view text, char first, char second) {
     static_assert(std::endian::native == std::endian::little);
     std::size_t end = text.size();

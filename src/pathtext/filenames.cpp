@@ -42,7 +42,8 @@ template <typename Char> void ReplaceByFolder(Char* path, std::int32_t capacity)
     path[fits ? folder.copy(path, folder.size()) : 0] = 0;
 }
 
-// The buffer that a path is given in bounds it before it is made absolute.
+// The forms that take a string have the limit of the full path for the text as it comes too, also where the full path
+// would be shorter: a text of 1040 characters gives the empty string, whatever `..` it holds.
 template <typename Char> std::basic_string<Char> FullFolderOf(const std::basic_string<Char>& path) {
     const bool fits = std::char_traits<Char>::length(path.c_str()) < pathBufferSize;
     return fits ? FullFolder(path.c_str()) : std::basic_string<Char>();

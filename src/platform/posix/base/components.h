@@ -28,15 +28,17 @@ template <typename Char> bool IsOnShare(std::basic_string_view<Char> path) {
     return path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
 }
 
-// Writes a path component by component into a buffer that has room for it, and resolves `.` and `..` on the way.
-// The buffer may be the one that the components are read from: what is written never gets ahead of what was read.
+// Writes a path component by component into a buffer that has room for it, and resolves `.`, `..` and doubled
+// separators on the way. The buffer may be the one that the path is read from: a resolved path is never longer than its
+// text, so what is written never gets ahead of what is still to be read.
 template <typename Char> class ComponentWriter {
 public:
     using View = std::basic_string_view<Char>;
 
     ComponentWriter(Char* text, Char separator) : text_(text), separator_(separator) {}
 
-    // What `..` cannot take away. Without a root, leading `..` stay.
+    // Writes text in front of the components that no `..` takes away, such as `C:\`. At such a root a `..` goes, as
+    // there is nothing above it; in a relative path, which has no root, a `..` at the start stays.
     void PutRoot(View root) {
         std::char_traits<Char>::move(text_ + length_, root.data(), root.size());
         length_ += root.size();
@@ -66,8 +68,10 @@ public:
     }
 
 private:
-    // Where a separator stands in front of another one or of a dot, there may be something to resolve. Out of line, the
-    // loop becomes a few instructions.
+    // True if one of the separators in the block has another separator or a dot behind it, so that there may be
+    // something to resolve: `\\`, `\.`, `\..`, but also `\.name`. The character behind the block is looked at too. The
+    // loop has no way out in its middle and the function is not inlined: so the compiler makes a few vector
+    // instructions of it.
     [[gnu::noinline]] static bool MayHaveToResolve(const Char* block) {
         unsigned char found = 0;
         for (std::size_t index = 0; index < blockSize; ++index)
@@ -79,21 +83,37 @@ private:
 
     static unsigned char Bit(bool isSet) { return isSet ? 1 : 0; }
 
-    // How much of the path, whole components, can be written as it is.
+    // How many characters from the start of the path can be written as they are: whole components, up to the separator
+    // behind which there may be something to resolve, or to the end.
+    //
+    //   songs\demo\..\take.wav   10: `songs\demo`. PutComponents writes it, and PutResolved goes on with
+    //   `\..\take.wav`. songs\\demo              5: `songs`, in front of the doubled separator
+    //   songs\demo\              10: the separator at the end is left to the caller
+    //   ..\demo                  0: begins with what may have to be resolved itself
+    //   songs\demo               10: all of it
     static std::size_t PlainLength(View path) {
         if (IsSeparator(path[0]) || path[0] == '.')
             return 0;
         const std::size_t last = path.size() - 1;
-        std::size_t end = 0;
-        while (last - end >= blockSize && !MayHaveToResolve(path.data() + end))
-            end += blockSize;
-        // The last block overlaps the one before it.
-        const bool isInBlock = last >= blockSize && last - end < blockSize;
-        if (isInBlock && !MayHaveToResolve(path.data() + last - blockSize))
-            end = last;
-        while (end < last && !(IsSeparator(path[end]) && (IsSeparator(path[end + 1]) || path[end + 1] == '.')))
-            ++end;
+        const std::size_t end = FirstToResolve(path, last);
         return end < last || IsSeparator(path[last]) ? end : path.size();
+    }
+
+    // The index of the first separator with another one or a dot behind it; that of the last character if there is
+    // none. As long as enough is left, sixteen characters are looked at in one step. What is left over then is fewer
+    // than that, so the step is made once more for the sixteen characters in front of the last one, of which some were
+    // looked at before: of a path of 40 characters, those from 0, from 16 and from 23. Where a step finds something,
+    // and in a path that is shorter than a block, the characters are looked at one by one.
+    static std::size_t FirstToResolve(View path, std::size_t last) {
+        std::size_t index = 0;
+        while (last - index >= blockSize && !MayHaveToResolve(path.data() + index))
+            index += blockSize;
+        const bool isLessThanBlockLeft = last >= blockSize && last - index < blockSize;
+        if (isLessThanBlockLeft && !MayHaveToResolve(path.data() + last - blockSize))
+            return last;
+        while (index < last && !(IsSeparator(path[index]) && (IsSeparator(path[index + 1]) || path[index + 1] == '.')))
+            ++index;
+        return index;
     }
 
     void PutPlain(View path) {
@@ -112,7 +132,8 @@ private:
             text[index] = IsSeparator(text[index]) ? separator : text[index];
     }
 
-    // Resolves the first component, and gives its length.
+    // Writes the first component of the path, drops it if it is `.`, or takes the last written one away if it is `..`.
+    // Gives its length in the path.
     std::size_t PutResolved(View path) {
         const auto end = std::find_if(path.begin(), path.end(), IsSeparator<Char>);
         const View name = path.substr(0, static_cast<std::size_t>(end - path.begin()));
@@ -122,6 +143,7 @@ private:
         return name.size();
     }
 
+    // False if nothing is there to be cut: only the root, or a `..` that had to stay.
     bool CutLastComponent() {
         std::size_t start = length_;
         while (start > rootLength_ && text_[start - 1] != separator_)

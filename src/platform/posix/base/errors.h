@@ -16,7 +16,8 @@ bool FailFromErrno();
 // The same for a call that writes: a fault of the disk is then a fault in writing.
 bool FailWritingFromErrno();
 
-// Takes the result of a call that is made for what it may do, and whose failure changes nothing.
+// For a call whose failure is no matter, such as fchown of a copy by a user who may not: takes the result, which the
+// compiler would otherwise warn of as not looked at.
 inline void MayFail(int /*result*/) {}
 
 // Around a clean-up: what failed before it is still told after it.

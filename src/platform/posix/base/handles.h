@@ -9,7 +9,8 @@ namespace Vellox::Posix {
 
 inline constexpr int lowestHandle = 3;
 
-// A handle never has the value of a standard stream, so that null is none.
+// The handle of an open file is its descriptor as a pointer. It is never 0, 1 or 2, which a host may have closed: 0
+// would be the null pointer, which is no handle, and a program that the host starts takes 1 and 2 for its output.
 HANDLE ToHandle(Descriptor file);
 
 // The descriptor that a handle stands for; false, with the last error set, if it can be none.

@@ -28,7 +28,7 @@ PosixPath::PosixPath(std::u16string_view path) {
     Translate({text_, length});
 }
 
-// The path is the text itself: no Win32 path gets longer on the way.
+// The place is written over the text that it is read from, as it is never longer: `C:` goes, and no separator comes in.
 void PosixPath::Translate(std::string_view path) {
     const bool hasDrive = HasDrive(path);
     if (path.empty() || IsOnShare(path) || (hasDrive && !IsRootDrive(path[0]))) {

@@ -24,7 +24,7 @@ public:
 private:
     void Translate(std::string_view path);
 
-    // Left uninitialised beyond its text: a path is made for every call.
+    // Not zeroed: nearly every call makes a path, and few are longer than a hundred of these bytes.
     char text_[PATH_MAX];
     std::size_t length_ = 0;
 };
@@ -37,8 +37,8 @@ struct Place {
 };
 bool SplitLastComponent(std::string_view posixPath, Place& place);
 
-// An absolute path of this system as Win32 text on drive C:. A backslash in a name becomes U+FFFD, as it would be read as
-// a separator, and the text would be the path of something else.
+// An absolute path of this system as Win32 text on drive C:. A backslash in a name becomes U+FFFD, as it would be read
+// as a separator, and the text would be the path of something else.
 std::string ToWin32Text(std::string_view posixPath);
 
 } // namespace Vellox::Posix

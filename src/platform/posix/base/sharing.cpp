@@ -7,8 +7,11 @@
 namespace Vellox::Posix {
 namespace {
 
-// One byte for each statement about a file, far beyond any content. Whoever makes the statement holds a read lock
-// on its byte, so that many can make it; whoever it would exclude asks whether someone holds one.
+// A user of a file makes up to four statements about it: that he reads it, that he writes it, that nobody else may read
+// it, that nobody else may write it. For each there is one byte of the file, far beyond any content. Whoever makes the
+// statement holds a read lock on the byte (F_OFD_SETLK), as many users can hold at once. Whoever would contradict it
+// asks whether a write lock on the byte would meet a lock of another open file (F_OFD_GETLK), and so takes none
+// himself.
 enum SharingByte : off_t {
     ReadsFile = off_t{1} << 62,
     WritesFile,
@@ -37,7 +40,8 @@ struct flock LockOn(SharingByte byte, short type) {
     return lock;
 }
 
-// Without read access, or without locks in the file system, a statement cannot be made; that is no reason to fail.
+// fcntl refuses the read lock on a file that is open to be written only (EBADF), and where the file system or the
+// system has no such locks (EINVAL, ENOLCK, EOPNOTSUPP). The file is then used without the statement.
 void State(int descriptor, SharingByte byte) {
     struct flock lock = LockOn(byte, F_RDLCK);
     MayFail(Retried([&] { return ::fcntl(descriptor, F_OFD_SETLK, &lock); }));

@@ -14,7 +14,8 @@ template <typename Unit> bool IsAscii(Unit unit) {
     return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
 }
 
-// Path text is ASCII nearly always. Without a way out in the middle, the loop takes whole blocks at once.
+// Path text is nearly always ASCII, and this loop copies it at once. It goes to the end also when a unit was not ASCII,
+// in which case the caller converts again: a loop without a way out in its middle becomes vector instructions.
 template <typename From, typename To>
 bool CopyIfAscii(const From* __restrict text, std::size_t length, To* __restrict output) {
     std::make_unsigned_t<From> bits = 0;
@@ -37,7 +38,8 @@ struct LeadByte {
     unsigned char highestSecond;
 };
 
-// The narrowed range of the second byte excludes overlong forms, surrogates and what lies beyond U+10FFFF.
+// The range of the second byte is narrower behind four lead bytes. Behind E0 and F0 lower ones would be overlong forms,
+// behind ED higher ones would be surrogates, behind F4 code points beyond U+10FFFF.
 bool ReadLeadByte(unsigned char byte, LeadByte& lead) {
     if (byte >= 0xC2 && byte <= 0xDF)
         lead = {1, byte & 0x1FU, 0x80, 0xBF};

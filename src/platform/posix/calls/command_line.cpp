@@ -26,7 +26,8 @@ public:
         return position_ < line_.size();
     }
 
-    // The name of the program: quotes hold it together, and a backslash is only a separator.
+    // The first word, which names the program: quotes hold it together, and backslashes are plain characters, as in a
+    // path, so that `"C:\my tools\"` ends at its second quote.
     std::string ReadProgram() {
         std::string word;
         bool isQuoted = false;
@@ -61,7 +62,7 @@ private:
         return (end == std::string_view::npos ? line_.size() : end) - position_;
     }
 
-    // Two quotes inside of a quoted stretch are one character of it.
+    // Takes a double quote, which begins or ends a quoted stretch. Inside of one, two together stand for the character.
     void TakeQuote(std::string& word, bool& isQuoted) {
         ++position_;
         if (isQuoted && position_ < line_.size() && line_[position_] == '"') {
@@ -91,7 +92,7 @@ std::string FindInSearchPath(const std::string& name) {
     std::string_view folders = variable != nullptr ? variable : "/usr/local/bin:/usr/bin:/bin";
     while (true) {
         const std::size_t end = folders.find(':');
-        // An empty entry is the current directory.
+        // An empty entry of PATH, as in ":/bin", stands for the current directory.
         std::string path(folders.substr(0, end));
         path.append(path.empty() ? "./" : "/").append(name);
         if (IsExecutable(path))

@@ -20,13 +20,16 @@ using namespace Vellox::Posix;
 
 namespace {
 
-// O_NONBLOCK keeps the open of a FIFO from waiting, and that of a file which another program has leased.
+// With O_NONBLOCK, open does not wait for a writer at the other end of a FIFO, nor for a program that has taken a lease
+// on the file (F_SETLEASE of fcntl) to give it up; in that case it fails with EWOULDBLOCK. O_RDWR also for writing
+// alone, as the sharing locks are read locks and need it.
 int OpenFlags(DWORD access, DWORD disposition) {
     const int mode = (access & GENERIC_WRITE) != 0 ? O_RDWR : O_RDONLY;
     return mode | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (disposition == CREATE_ALWAYS ? O_CREAT : 0);
 }
 
-// What is written to a FIFO would be gone, and a mark against writing binds even those that no right binds.
+// A FIFO opens to be read alone, as what is written to it is in no file afterwards. A file that nobody has permission
+// to write is a read-only file of Win32, which nobody opens to write; open would let root do it.
 bool MayBeOpened(const struct stat& status, DWORD access, DWORD flags) {
     if (S_ISDIR(status.st_mode))
         return (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
@@ -141,7 +144,8 @@ BOOL FlushFileBuffers(HANDLE file) {
     return static_cast<BOOL>(Retried([&] { return ::fsync(descriptor); }) == 0 || FailWritingFromErrno());
 }
 
-// The descriptor is gone also if close reports a failure, so it is never closed twice.
+// Linux frees the descriptor also where close fails, with EINTR too. A second close could hit a file that another
+// thread has opened meanwhile under the same number.
 BOOL CloseHandle(HANDLE handle) {
     int descriptor = 0;
     if (!ToDescriptor(handle, descriptor))

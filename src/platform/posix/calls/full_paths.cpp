@@ -22,8 +22,8 @@ public:
         char path[PATH_MAX];
         if (::getcwd(path, sizeof path) == nullptr)
             return FailFromErrno();
-        // getcwd of Linux tells a folder outside of the process's root as "(unreachable)/...". And a name with a backslash
-        // in it would become another path.
+        // getcwd of Linux tells a folder outside of the process's root as "(unreachable)/...". And a name with a
+        // backslash in it would become another path.
         if (path[0] != '/' || std::strchr(path, '\\') != nullptr)
             return Fail(ERROR_PATH_NOT_FOUND);
         Take({path + 1, std::strlen(path + 1)});
@@ -43,7 +43,7 @@ private:
     std::size_t length_ = 0;
 };
 
-// How much of the path is the share's root: server and share, and the separators behind them.
+// How much of the path is the root of its share: `\\server\share\` of `\\server\share\folder\file`.
 template <typename Char> std::size_t ShareRootLength(std::basic_string_view<Char> path) {
     std::size_t position = 2;
     for (int part = 0; part < 2; ++part) {
@@ -126,7 +126,8 @@ std::size_t MakeFullPath(Char* buffer, std::basic_string_view<Char> path, std::s
         return 0;
     if (parts.LongestResult() <= capacity)
         return WriteFullPath(parts, buffer);
-    // Long text can still be short when its `..` are resolved.
+    // The buffer has no room for the text as it stands. It may still have room for the result, as `..` takes components
+    // away, so that is made in memory of its own first.
     const std::unique_ptr<Char[]> full(new (std::nothrow) Char[parts.LongestResult()]);
     if (full == nullptr)
         return static_cast<std::size_t>(Fail(ERROR_NOT_ENOUGH_MEMORY));

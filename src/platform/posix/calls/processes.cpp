@@ -22,12 +22,15 @@ using namespace Vellox::Posix;
 
 namespace {
 
-// A program starts in two steps, so that it is no child of the host's: a helper process starts it and ends at once. The
-// helper is itself no child that the host's own waiting could find, as its end sends no signal.
+// A program starts in two steps, so that it does not become a child of the host: a helper process starts it and ends at
+// once, which makes the program a child of process 1, or of the nearest subreaper (PR_SET_CHILD_SUBREAPER of prctl).
+// The helper is a child of the host, but one that a plain wait or waitpid of the host's does not find, nor SIGCHLD tell
+// of: it is cloned without a signal for its end, and only waitpid with __WCLONE finds such a child.
 //
-// Both run in the host's memory while the calling thread stands still, on stacks of their own: nothing is copied,
-// however large the host is. So they make system calls and nothing else, with all signals blocked, and what they have
-// to tell stands in this record.
+// Both processes run in the host's memory (CLONE_VM), each on a stack of its own, while the calling thread stands still
+// (CLONE_VFORK). So nothing is copied, however large the host is. In exchange they make system calls and nothing else,
+// as another thread may hold the lock of malloc at that moment, and all signals are blocked, as a handler of the host's
+// would run in the host's memory. What they have to tell stands in this record.
 struct Launch {
     const char* program;
     char* const* words;
@@ -38,13 +41,16 @@ struct Launch {
 
 constexpr std::size_t stackSize = std::size_t{64} * 1024;
 
-// A stack grows downward, from an aligned end.
+// clone takes the end of the stack, as it grows downward, and the x86-64 calling convention wants it aligned to 16
+// bytes.
 std::byte* StackEnd(const std::unique_ptr<std::byte[]>& stack) {
     const auto end = reinterpret_cast<std::uintptr_t>(stack.get() + stackSize);
     return reinterpret_cast<std::byte*>(end & ~std::uintptr_t{15});
 }
 
-// Asks the kernel itself: what stands between it and the host would take the reset for the host's own.
+// The raw system call, as sigaction of the C library may have been replaced by one that keeps a record of the handlers
+// in the host's memory, as the sanitizers' does. This process shares that memory, so the record would be changed for
+// the host, whose handlers the kernel has kept.
 void ResetSignals() {
     const struct { unsigned long handler, flags, restorer, mask; } defaultAction = {};
     for (int signal = 1; signal < NSIG; ++signal)
@@ -70,7 +76,9 @@ int RunProgram(void* argument) {
     ::_exit(127);
 }
 
-// The memory and the descriptors are the host's: the process descriptor that is made here is the host's own.
+// The helper shares the table of descriptors with the host (CLONE_FILES), so the process descriptor that CLONE_PIDFD
+// makes here is open in the host too. The program gets a copy of the table. A program that execve refused has ended
+// here and is waited for, or it would stay a zombie for process 1 to find.
 int RunHelper(void* argument) {
     Launch& launch = *static_cast<Launch*>(argument);
     const int process = ::clone(RunProgram, launch.programStack, CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD,

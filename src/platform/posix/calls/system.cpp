@@ -16,23 +16,6 @@
 
 using namespace Vellox::Posix;
 
-BOOL SHGetSpecialFolderPathA(HWND /*owner*/, char* buffer, int folder, BOOL create) {
-    if ((folder & ~CSIDL_FLAG_CREATE) != CSIDL_APPDATA)
-        return static_cast<BOOL>(Fail(ERROR_INVALID_PARAMETER));
-    std::string data = DataFolder();
-    if (data.empty())
-        return static_cast<BOOL>(Fail(ERROR_PATH_NOT_FOUND));
-    while (data.size() > 1 && data.back() == '/')
-        data.pop_back();
-    if (data.size() + std::string_view("C:").size() >= Vellox::pathBufferSize)
-        return static_cast<BOOL>(Fail(ERROR_FILENAME_EXCED_RANGE));
-    if (create != FALSE && !CreatePrivateFolders(data))
-        return static_cast<BOOL>(FailFromErrno());
-    const std::string text = ToWin32Text(data);
-    std::memcpy(buffer, text.c_str(), text.size() + 1);
-    return TRUE;
-}
-
 namespace {
 
 constexpr const char* programLink = "/proc/self/exe";
@@ -55,6 +38,23 @@ std::string_view WithoutDeletedMark(const char* path, std::size_t length) {
 }
 
 } // namespace
+
+BOOL SHGetSpecialFolderPathA(HWND /*owner*/, char* buffer, int folder, BOOL create) {
+    if ((folder & ~CSIDL_FLAG_CREATE) != CSIDL_APPDATA)
+        return static_cast<BOOL>(Fail(ERROR_INVALID_PARAMETER));
+    std::string data = DataFolder();
+    if (data.empty())
+        return static_cast<BOOL>(Fail(ERROR_PATH_NOT_FOUND));
+    while (data.size() > 1 && data.back() == '/')
+        data.pop_back();
+    if (data.size() + std::string_view("C:").size() >= Vellox::pathBufferSize)
+        return static_cast<BOOL>(Fail(ERROR_FILENAME_EXCED_RANGE));
+    if (create != FALSE && !CreatePrivateFolders(data))
+        return static_cast<BOOL>(FailFromErrno());
+    const std::string text = ToWin32Text(data);
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    return TRUE;
+}
 
 DWORD GetModuleFileNameA(HMODULE /*module*/, char* buffer, DWORD capacity) {
     char path[PATH_MAX];

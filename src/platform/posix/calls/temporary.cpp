@@ -33,7 +33,9 @@ std::string TemporaryFolder() {
     return text;
 }
 
-// Two processes that share a folder seldom begin at the same number; where they meet, the file system decides.
+// Each process begins at a random number, so that two seldom try the same names. Where they do, as after a fork, O_EXCL
+// lets one of them make the file, and the other one goes on to its next number. GRND_NONBLOCK, as right after the start
+// of the system getrandom would wait until there is enough chance in it.
 unsigned NextNumber() {
     static std::atomic<unsigned> next{[] {
         unsigned start = 0;
