@@ -8,26 +8,33 @@
 /// Text: a narrow string is a string of bytes that carries no mark of its encoding. Functions that reach the file
 /// system say how they read it: as UTF-8, or as the bytes of the system's own narrow text (the ANSI code page on
 /// Windows, plain bytes on Linux). While a path is pure ASCII the two agree. Text that reaches the system ends at its
-/// first NUL.
+/// first NUL. Every function that reaches the system says which of the two it is.
 ///
 /// Paths: `\` is the separator that comes out; `C:` is a drive, on Linux the root `/`. Each function says whether `/`
 /// counts on the way in.
 ///
 /// Failures: a failure of the file system is a plain value (false, an empty string, an empty list, null), never an
-/// exception. Only the standard exceptions for exhausted memory and oversized strings pass through.
+/// exception. Only the standard exceptions for exhausted memory and oversized strings pass through. On Windows the DLL
+/// has a C++ runtime of its own: an exception can be caught as ever, but `std::uncaught_exceptions()` of the host still
+/// counts it afterwards. A null pointer is refused by no function that does not say so; that holds for a std::string
+/// that is made of one, too.
 ///
 /// Ownership: strings go in by value, so the caller's copy is untouched; what comes back is new and the caller's own.
 ///
 /// Threads: functions share no data and may run on any thread at once, unless their header says otherwise. A relative
-/// path is resolved against the current directory of the process at the moment of the call.
+/// path is resolved against the current directory of the process at the moment of the call. A host may call as long as
+/// the library is loaded, from its own exit handlers and static destructors too.
+///
+/// Locks, on Linux: record locks that the host itself has taken on a file with fcntl (F_SETLK) go when the library
+/// opens and closes that file, as with any second descriptor in the process. Those of F_OFD_SETLK and of flock stay.
 
 #include <cstdint>
 #include <string>
 
 // Strings and lists cross the border of the library, so a host has to lay them out as the library does: by the same
 // standard library with the same settings. The macros VELLOX_WITH_... tell where the library was built otherwise than
-// g++ does by itself. The CMake package and vellox.pc define them for a host; one that uses neither defines them itself.
-// Other ways to change layouts, such as -fpack-struct, are not seen here.
+// g++ does by itself. The CMake package and vellox.pc define them for a host; one that uses neither defines them
+// itself. Other ways to change layouts, such as -fpack-struct, are not seen here.
 #if !defined(VELLOX_BUILDING) && !defined(VELLOX_STATIC) && !defined(VELLOX_LAYOUT_UNKNOWN)
 #if defined(_WIN32) && !defined(__MINGW32__)
 #error "vellox.dll is made with g++ of mingw-w64, and a host of another compiler cannot link it"
@@ -103,7 +110,8 @@ VELLOX_API std::string GetPlatformType();
 
 /// The folder for the user's own data: "Vellox Studio 10" in the user's application data folder, without a trailing
 /// separator, in the system's narrow text. On Linux the application data folder is $XDG_DATA_HOME, else
-/// $HOME/.local/share, else the same below the home of the user's account.
+/// $HOME/.local/share, else the same below the home of the user's account; a variable whose value does not begin with
+/// `/` does not count.
 ///
 ///     on Windows => C:\Users\me\AppData\Roaming\Vellox Studio 10
 ///     on Linux => C:\home\me\.local\share\Vellox Studio 10
@@ -111,16 +119,17 @@ VELLOX_API std::string GetPlatformType();
 /// The application data folder is made if it is missing, the folder "Vellox Studio 10" is not: a host that wants to use
 /// the trash makes it once.
 ///
-/// Gives the empty string if the system does not tell the folder; the next call asks again. After a success the answer
-/// is kept for the life of the process. The first successful call is to end before a second thread calls.
+/// Gives the empty string if the system does not tell the application data folder, or if that is missing and cannot be
+/// made; the next call asks again. After a success the answer is kept as long as the library is loaded. The first
+/// successful call is to end before a second thread calls.
 VELLOX_API std::string GetHomeFolderBase();
 
 /// The same as GetHomeFolderBase.
 VELLOX_API std::string GetProgramFolderUserDocuments();
 
-/// Does nothing on these platforms. The arguments are not read, so null text is harmless.
+/// Does nothing on these platforms. The arguments are dropped.
 VELLOX_API void CheckExtractAssetFile(std::string asset, std::string destination);
-/// Does nothing either.
+/// Does nothing either. The arguments are not read, so a null text is harmless.
 VELLOX_API void SendCrashlyticsNonFatal(const char* text, std::int32_t code);
-/// Does nothing either.
+/// Does nothing either. The argument is not read, so a null text is harmless.
 VELLOX_API void VelloxCrashlyticsLog(const char* text);

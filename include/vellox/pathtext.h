@@ -1,8 +1,9 @@
 #pragma once
 
 /// @file
-/// Functions on path text. None of them touches the disk, and all but a few, named below, depend on nothing but their
-/// arguments.
+/// Functions on path text. None of them touches the disk, and all but a few depend on nothing but their arguments.
+/// Those few read the current directory, and say so; they read their text as the system's own narrow text (see
+/// frame.h), and all others as bytes, or units, without a meaning.
 ///
 /// Each function has its own idea of a separator and of the dot that counts; the rows show it. Paths in the rows stand
 /// bare, `C:\w` is the current directory, and `""` is the empty string.
@@ -20,6 +21,8 @@ namespace Vellox::FileNames {
 ///
 ///     C:\a\b.wav => .wav      b.tar.gz => .gz      .wav => .wav      b. => .
 ///     C:\a.d\b => C:\a.d\b    b => b               "" => ""          C:/a.d/b => .d/b
+///
+/// The path is not changed, although it is taken by reference.
 VELLOX_API std::string GetExtension(std::string& path);
 /// The same of wide text.
 VELLOX_API WideString GetExtension(WideString& path);
@@ -84,15 +87,16 @@ VELLOX_API std::string GetFilenameWithoutExtension(std::string path);
 ///     C:\a\b.wav => C:\a      C:\ => C:       b.wav => b.wav      \b => ""
 VELLOX_API std::string GetFolderPathFromFilename(std::string path);
 
-/// The folder of a path, absolute and with a trailing `\`. The path is made absolute first, so these read the current
-/// directory; `/` counts as a separator. A path that ends in a separator is that folder itself.
+/// The folder of a path (narrow), absolute and with a trailing `\`. The path is made absolute first, so these read the
+/// current directory; `/` counts as a separator. A path that ends in a separator is that folder itself.
 ///
 ///     C:\a\b.wav => C:\a\     C:\a\ => C:\a\     C:\a => C:\     C:/a/b.wav => C:\a\ (absolute)
 ///     b.wav => C:\w\          "" => C:\ (the parent of the current directory)
 ///     \\srv\share\b.wav => \\srv\share\ (a share has no drive)
 ///
 /// Limits: a full path of 1039 characters, in it a folder part, a name and an extension of 255 each. Beyond them, and
-/// where the current directory cannot be read, the result is the empty string.
+/// where the current directory cannot be read, the result is the empty string. The forms that take a string also give
+/// it for a text of 1040 characters and more, whatever its full path is.
 ///
 /// The forms in place write the result over the path. size is the capacity of the buffer in bytes, in the wide form
 /// too; a result that does not fit gives the empty string, and no character beyond the capacity is touched. A null path
@@ -105,19 +109,20 @@ VELLOX_API std::string path_rimuovifilename(std::string path);
 /// The same of wide text, as a new text.
 VELLOX_API WideString path_rimuovifilename(WideString path);
 
-/// As path_rimuovifilename of the text up to its first NUL.
+/// As path_rimuovifilename of the text (narrow) up to its first NUL.
 VELLOX_API std::string GetPathWithoutFilename(std::string path);
 
-/// The drive of the path as it stands, letter and colon, or the empty string if it names none or has a folder, name or
-/// extension of 1040 characters or more.
+/// The drive of the path (narrow) as it stands, letter and colon, or the empty string if it names none or has a folder,
+/// name or extension of 1040 characters or more. The path is not changed, and the current directory is not read.
 ///
 ///     C:\a\b.wav => C:        b.wav => ""     \\srv\share\b.wav => ""
 VELLOX_API std::string GetPathRoot(std::string& path);
 
-/// Puts the text in front of the file name. The folder comes from path_rimuovifilename and so is absolute; the name
-/// comes from GetFilenameWithoutPath, so write `\`.
+/// Puts the text in front of the file name. The folder comes from path_rimuovifilename (narrow) and so is absolute; the
+/// name comes from GetFilenameWithoutPath, so write `\`. Beyond the limits of path_rimuovifilename there is no folder:
+/// the result is the text and the name alone, which is not absolute.
 ///
-///     C:\a\b.wav, x_ => C:\a\x_b.wav     b.wav, x_ => C:\w\x_b.wav
+///     C:\a\b.wav, x_ => C:\a\x_b.wav     b.wav, x_ => C:\w\x_b.wav     C:/a/b.wav, x_ => C:\a\x_C:/a/b.wav
 VELLOX_API std::string AppendStringBeforeFilename(std::string path, std::string text);
 
 /// The search pattern for a folder's contents: the path and `\*`, whatever the path is.
@@ -138,7 +143,7 @@ VELLOX_API std::string FormatDirectory(std::string path);
 /// A path that the system refuses comes back as it was; one whose full form has 1040 bytes or more gives "".
 VELLOX_API std::string NormalizePath(std::string path);
 
-/// A copy with A to Z folded to small letters; every other byte stays.
+/// A copy with A to Z folded to small letters; every other byte stays. The path itself is not changed.
 VELLOX_API std::string NormalizePathCase(std::string& path);
 
 /// True if the texts are equal but for the case of A to Z. Nothing else is evened out: bring normal paths.
@@ -162,21 +167,31 @@ VELLOX_API std::string ConvertPathToLocalSystem(std::string path);
 /// @name Absolute and relative paths
 /// @{
 
-/// The normal form of the path, which is taken against base if it is relative, or against the current directory if base
-/// is null or empty. `/a` counts as relative, `\a` and `C:a` do not. The base is a folder, whatever it looks like.
+/// The normal form of the path (narrow), which is taken against base if it is relative, or against the current
+/// directory if base is null or empty. `/a` counts as relative, `\a` and `C:a` do not. The base is a folder, whatever
+/// it looks like.
 ///
 ///     b.wav, C:\a => C:\a\b.wav    ..\b.wav, C:\a\c => C:\a\b.wav    C:\b.wav, anything => C:\b.wav
 ///     "", C:\a => C:\a\ (as a folder)    "", null => C:\w    "", "" => ""
 VELLOX_API std::string GetAbsolutePath(std::string path, const char* base);
 
-/// Expresses the path relative to the folder of another file. Gives 1 and the result, or 0, with the result as it was,
-/// if the two have no first component in common or one is beyond the limits of path_rimuovifilename. The result is
-/// written last, so it may be one of the inputs. Case does not matter; the names in the result are those of the path.
+/// Expresses the path relative to the folder of another file (both narrow). Gives 1 and the result, or 0, with the
+/// result as it was, if the two have no first component in common or one is beyond the limits of path_rimuovifilename.
+/// The result is written last, so it may be one of the inputs. Case does not matter; the names in the result are those
+/// of the path.
 ///
 ///     C:\S\Demo\s.sng, C:\S\Audio\t.wav => ..\Audio\t.wav    C:\S\s.sng, C:\S\t.wav => t.wav
-///     C:\S\s.sng, D:\t.wav => 0
+///     C:\S\s.sng, D:\t.wav => 0                          "", "" => ""
 ///
-/// A relative path is taken against the whole text of the other file, as if that were a folder.
+/// The other file is one: write a `\` behind a folder, or its last component is taken for the file's name. A relative
+/// path is taken against the whole text of the other file, as if that were a folder.
+///
+///     C:\S\Demo\, C:\S\t.wav => ..\t.wav    C:\S\Demo, C:\S\t.wav => t.wav    C:\S\s.sng, t.wav => s.sng\t.wav
+///
+/// Two shares have the empty text between their two leading `\` in common, and that counts as the first component: the
+/// result then is 1 and a path that leads nowhere. A host with shares compares the servers and shares first.
+///
+///     \\srv1\s\a.sng, \\srv2\t\b.wav => ..\..\srv2\t\b.wav
 VELLOX_API std::int32_t GetPathRelativeToOtherFile(std::string& result, const std::string& otherFile,
                                                    const std::string& path);
 

@@ -8,7 +8,7 @@
 namespace Vellox::FileNames {
 
 /// True if the text ends in a dot and one of sng, sgw, sngw, txt, edl, aaf, omf, in any ASCII case. The disk is not
-/// looked at.
+/// looked at, and the text is bytes up to its first NUL.
 ///
 ///     take1.sng, take1.SnG, .sng => true     sng, take1.sng.bak, C:\x.sng\ => false
 VELLOX_API bool IsSongFile(std::string path);
