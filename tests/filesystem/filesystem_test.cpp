@@ -128,6 +128,7 @@ TEST_F(FileSystemTest, ReadsAPatternAsTheSearchOfWindowsDoes) {
     const Names withoutDot = {"take", "take1", "take12", "README"};
     for (const std::string& name : all)
         Make({"p/" + name});
+    constexpr OnlyOn withoutWine = OnLinux("Wine knows * and ? alone, and nothing of dots");
     struct Row {
         std::string pattern;
         Names found;
@@ -136,25 +137,25 @@ TEST_F(FileSystemTest, ReadsAPatternAsTheSearchOfWindowsDoes) {
     const Row rows[] = {
         {"*.*", all},
         {"*.*.", all},
-        {"*..*", {}},
+        {"*..*", {}, withoutWine},
         {"take*.*", {"take", "take1", "take12", "take1.wav"}},
         {"take1.*", {"take1", "take1.wav"}},
-        {"take?.*", {"take", "take1", "take1.wav"}},
-        {"t????", {"take", "take1"}},
+        {"take?.*", {"take", "take1", "take1.wav"}, withoutWine},
+        {"t????", {"take", "take1"}, withoutWine},
         {"????1.wav", {"take1.wav"}},
         {"?????1.wav", {}},
-        {"*.", withoutDot},
-        {"*..", withoutDot},
+        {"*.", withoutDot, withoutWine},
+        {"*..", withoutDot, withoutWine},
         {"READ*.", {"README"}},
         {"t???.", {"take"}},
-        {"a*.", {}},
+        {"a*.", {}, withoutWine},
         {"a*.?", {"a.b.c"}},
         {"a.*.*", {"a.b.c", "a.bcd"}},
-        {"a.*.?", {"a.b.c", "a.bcd"}},
+        {"a.*.?", {"a.b.c", "a.bcd"}, withoutWine},
         {"a.*c", {"a.b.c"}},
         {".*", {".x"}},
         {".?.*", {".x"}},
-        {"?.x", {".x"}},
+        {"?.x", {".x"}, withoutWine},
         {"*a*b*c*", {"a.b.c", "a.bcd"}},
         {"*E", {"take", "README"}},
     };
