@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -24,8 +25,27 @@ namespace {
 
 // ---- Batches ----
 
-// What a killed process can lose at the most: the records of so many items, while the items are in the trash.
-constexpr std::size_t itemsBetweenSaves = 100;
+// When the records of a long batch are written in between. A process that is killed loses those that wait, while their
+// items are in the trash; one that is killed while it writes can lose more, so it does not write for every item.
+class SavePace {
+public:
+    bool IsDue() {
+        const Clock::time_point now = Clock::now();
+        if (++items_ < itemsBetweenSaves && now < last_ + timeBetweenSaves)
+            return false;
+        items_ = 0;
+        last_ = now;
+        return true;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t itemsBetweenSaves = 1000;
+    static constexpr std::chrono::seconds timeBetweenSaves{1};
+
+    std::size_t items_ = 0;
+    Clock::time_point last_ = Clock::now();
+};
 
 // Gives how many were done; an interrupt ends the batch after the item in hand. The work gives what is wrong, or the
 // empty string; so do all functions that give a problem.
@@ -33,6 +53,7 @@ std::size_t DoBatch(const Operands& operands, const Attempt& attempt,
                     std::string (*work)(const std::string& operand, bool savesRecords)) {
     NoteInterrupts();
     Progress progress(operands.size());
+    SavePace pace;
     std::size_t done = 0;
     for (std::size_t index = 0; index < operands.size(); ++index) {
         if (IsInterrupted()) {
@@ -42,7 +63,7 @@ std::size_t DoBatch(const Operands& operands, const Attempt& attempt,
         }
         progress.Show(index);
         const bool isLast = index + 1 == operands.size();
-        const std::string problem = work(operands[index], isLast || (index + 1) % itemsBetweenSaves == 0);
+        const std::string problem = work(operands[index], pace.IsDue() || isLast);
         if (problem.empty()) {
             ++done;
             continue;
