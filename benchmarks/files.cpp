@@ -69,8 +69,7 @@ void AddQuestions(Variants& variants, std::size_t taken) {
 
 void AddCopying(Variants& variants, std::size_t size) {
     static const fs::path copy = Scratch() / "copy.wav";
-    const Job copying(
-        variants, "copy a large file", 1, [=] { LargeFile(size); }, [] { fs::remove(copy); });
+    const Job copying(variants, "copy a large file", 1, [=] { LargeFile(size); }, [] { fs::remove(copy); });
     copying.Add(Role::Library, "CopyFileA", [=] {
         if (!FileNames::CopyFileA(Win32(LargeFile(size)), Win32(copy), true, nullptr))
             throw std::runtime_error("no copy");
@@ -83,15 +82,13 @@ void RemoveCopiedTree() {
 }
 
 Job CopyingOfTree(Variants& variants, std::string name, std::size_t files) {
-    Job job(
-        variants, std::move(name), files, [=] { Tree(files); }, RemoveCopiedTree);
+    Job job(variants, std::move(name), files, [=] { Tree(files); }, RemoveCopiedTree);
     job.Add(Role::Library, "CopyFolder", [=] { FileNames::CopyFolder(Win32(Tree(files)), Win32(CopiedTree())); });
     return job;
 }
 
 Job DeletionOfTree(Variants& variants, std::string name, std::size_t files) {
-    Job job(
-        variants, std::move(name), files, [=] { Tree(files); }, [=] { CopyTreeAnew(files); });
+    Job job(variants, std::move(name), files, [=] { Tree(files); }, [=] { CopyTreeAnew(files); });
     job.Add(Role::Library, "DeleteFolderWithContents",
             [] { FileNames::DeleteFolderWithContents(Win32(CopiedTree()).c_str(), false, true); });
     return job;

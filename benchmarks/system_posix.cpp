@@ -111,7 +111,7 @@ bool OpensForReading(const std::string& path) {
     if (file < 0)
         return false;
     struct stat status;
-    struct flock lock {};
+    struct flock lock = {};
     lock.l_type = F_WRLCK;
     lock.l_start = (off_t{1} << 62) + 2;
     lock.l_len = 1;

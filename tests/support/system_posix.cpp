@@ -12,7 +12,7 @@ namespace Vellox::Testing {
 namespace {
 
 constexpr uid_t ordinaryUser = 65534;
-constexpr struct timespec longAgo { 1234567890, 123456700 };
+constexpr struct timespec longAgo = {1234567890, 123456700};
 
 bool HasNone(const std::filesystem::path& volume, const char* missing) {
     std::cout << "[ left out ] " << volume << " does not hold " << missing << '\n';
@@ -52,8 +52,8 @@ void SetTemporaryFolder(const std::filesystem::path& folder) {
 std::filesystem::path FolderOnOtherVolume() {
     const char* named = std::getenv("VELLOX_OTHER_VOLUME");
     const std::filesystem::path volume = named != nullptr ? named : "/dev/shm";
-    struct stat here {};
-    struct stat there {};
+    struct stat here = {};
+    struct stat there = {};
     if (::stat(std::filesystem::temp_directory_path().c_str(), &here) != 0 || ::stat(volume.c_str(), &there) != 0 ||
         here.st_dev == there.st_dev)
         throw std::runtime_error(volume.string() + " is not another volume");
@@ -62,7 +62,7 @@ std::filesystem::path FolderOnOtherVolume() {
 
 bool HoldsAll(const std::filesystem::path& folder) {
     const std::filesystem::path probe = folder / "probe \xE9";
-    struct stat status {};
+    struct stat status = {};
     const char* missing = nullptr;
     if (::mkdir(probe.c_str(), 0751) != 0)
         return HasNone(folder, "any name");
@@ -93,7 +93,7 @@ void MakeOld(const std::filesystem::path& path) {
 }
 
 bool IsOld(const std::filesystem::path& path) {
-    struct stat status {};
+    struct stat status = {};
     return ::lstat(path.c_str(), &status) == 0 && status.st_mtim.tv_sec == longAgo.tv_sec &&
            status.st_mtim.tv_nsec == longAgo.tv_nsec;
 }

@@ -19,7 +19,7 @@ std::string FolderFromEnvironment(const char* variable) {
 
 std::string AccountHome() {
     std::vector<char> buffer(4096);
-    struct passwd account {};
+    struct passwd account = {};
     struct passwd* found = nullptr;
     while (::getpwuid_r(::getuid(), &account, buffer.data(), buffer.size(), &found) == ERANGE)
         buffer.resize(buffer.size() * 2);

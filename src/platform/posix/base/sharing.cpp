@@ -32,7 +32,7 @@ constexpr Right rights[] = {
 };
 
 struct flock LockOn(SharingByte byte, short type) {
-    struct flock lock {};
+    struct flock lock = {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
     lock.l_start = byte;

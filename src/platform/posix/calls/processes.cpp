@@ -52,7 +52,9 @@ std::byte* StackEnd(const std::unique_ptr<std::byte[]>& stack) {
 // in the host's memory, as the sanitizers' does. This process shares that memory, so the record would be changed for
 // the host, whose handlers the kernel has kept.
 void ResetSignals() {
-    const struct { unsigned long handler, flags, restorer, mask; } defaultAction = {};
+    const struct {
+        unsigned long handler, flags, restorer, mask;
+    } defaultAction = {};
     for (int signal = 1; signal < NSIG; ++signal)
         ::syscall(SYS_rt_sigaction, signal, &defaultAction, nullptr, sizeof defaultAction.mask);
     sigset_t none;
@@ -130,8 +132,8 @@ Descriptor Start(const std::string& program, std::vector<std::string>& words) {
 }
 
 struct timespec Now() {
-    struct timespec now {};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    struct timespec now = {};
+    static_cast<void>(::clock_gettime(CLOCK_MONOTONIC, &now));
     return now;
 }
 

@@ -70,8 +70,8 @@ DWORD GetModuleFileNameA(HMODULE /*module*/, char* buffer, DWORD capacity) {
 }
 
 void GetSystemTimeAsFileTime(FILETIME* time) {
-    struct timespec now {};
-    ::clock_gettime(CLOCK_REALTIME, &now);
+    struct timespec now = {};
+    static_cast<void>(::clock_gettime(CLOCK_REALTIME, &now));
     *time = ToFileTime(now);
 }
 

@@ -138,8 +138,8 @@ std::string RecordedPath(const Item& item, const Bin& bin) {
 
 std::string InfoText(const Item& item, const Bin& bin) {
     const std::time_t now = std::time(nullptr);
-    struct tm local {};
-    ::localtime_r(&now, &local);
+    struct tm local = {};
+    static_cast<void>(::localtime_r(&now, &local));
     char date[32] = {};
     static_cast<void>(std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local));
     return "[Trash Info]\nPath=" + PercentEncoded(RecordedPath(item, bin)) + "\nDeletionDate=" + date + "\n";
