@@ -1,28 +1,34 @@
 # Sourced by the tools: puts Debian packages in place.
 
-# Installs those of the packages that are missing; where that is not possible, names them and stops.
+# Installs those of the packages that are missing; where that is not possible, names them and stops. On a system without
+# Debian's packages it is for the user to have the programs in place.
 require_packages() {
+    command -v dpkg-query >/dev/null 2>&1 || return 0
     missing=
     for package in "$@"; do
-        status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
-        [ "$status" = "install ok installed" ] || missing="$missing $package"
+        case $(dpkg-query -W -f='${Status} ' "$package" 2>/dev/null || true) in
+            *"install ok installed"*) ;;
+            *) missing="$missing $package" ;;
+        esac
     done
     [ -n "$missing" ] || return 0
-    if [ "$(id -u)" = 0 ]; then
-        as_root=
-    elif command -v sudo >/dev/null 2>&1; then
+    as_root=
+    if [ "$(id -u)" != 0 ]; then
         as_root=sudo
-    else
-        echo "These packages are missing, and only root can install them:$missing" >&2
-        echo "  apt-get install$missing" >&2
-        exit 1
+        command -v sudo >/dev/null 2>&1 || lacks_packages "only root can install them"
     fi
-    if ! command -v apt-get >/dev/null 2>&1; then
-        echo "These packages are missing, by their Debian names:$missing" >&2
-        exit 1
-    fi
-    echo "Installing:$missing"
-    $as_root apt-get -qq update
+    echo "Installing:$missing" >&2
+    # Under a umask of 077, what an installation makes would be for root alone.
     # shellcheck disable=SC2086 # a list of names
-    $as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends $missing >/dev/null
+    $as_root env DEBIAN_FRONTEND=noninteractive sh -ec '
+        umask 022
+        apt-get -qq update
+        apt-get -qq install -y --no-install-recommends "$@" >/dev/null' install $missing >&2 ||
+        lacks_packages "they could not be installed"
+}
+
+lacks_packages() {
+    echo "Packages are missing, and $1:" >&2
+    echo "  apt-get install$missing" >&2
+    exit 1
 }
