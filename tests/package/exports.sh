@@ -7,7 +7,7 @@ list=$2
 
 mangled() {
     case $library in
-        *.dll) "${OBJDUMP:-objdump}" -p "$library" | awk '/Ordinal\/Name Pointer/ { on = 1; next } /^$/ { on = 0 } on { print $NF }' ;;
+        *.dll) "${OBJDUMP:-objdump}" -p "$library" | awk '/Ordinal\/Name Pointer/ { on = 1 } /^$/ { on = 0 } on && /\[ *[0-9]+\]/ { print $NF }' ;;
         *) "${NM:-nm}" -D --defined-only "$library" | awk '{ print $NF }' ;;
     esac
 }
