@@ -52,7 +52,7 @@ else
 fi
 
 "$songbin" put missing >/dev/null 2>output && fail "put of a missing file is a success"
-grep -q "cannot move \"missing\" into the trash: there is nothing at $work/missing" output || fail "$(cat output)"
+grep -Fq "cannot move \"missing\" into the trash: there is nothing at $work/missing" output || fail "$(cat output)"
 "$songbin" restore take >/dev/null || fail "the folder does not come back"
 [ "$(cat take/a.wav)" = 12345 ] || fail "the folder came back without its file"
 

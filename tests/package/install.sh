@@ -16,7 +16,7 @@ export XDG_DATA_HOME
 
 cmake --install "$build" --prefix "$work/installed" >/dev/null
 mv installed moved
-libdir=$(dirname "$(find "$work/moved" -name libvellox.so)")
+libdir=$(dirname "$(find moved -name libvellox.so)") # what pkg-config tells has no blanks then
 PKG_CONFIG_PATH=$libdir/pkgconfig
 export PKG_CONFIG_PATH
 

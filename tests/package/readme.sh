@@ -34,7 +34,8 @@ if [ $# = 2 ]; then
     "$sources/cmake/under-wine" build/host.exe | tr -d '\r' | diff -u expected - || fail "the host prints something else"
     exit
 fi
-libdir=$(dirname "$(find "$prefix" -name libvellox.so)")
+ln -s "$prefix" installed
+libdir=$(dirname "$(find installed/ -name libvellox.so)") # what pkg-config tells has no blanks then
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 sh -ec "$(command_of 'cmake -B')" >log 2>&1 || { cat log && fail "the project does not build and run"; }
 tail -n "$(wc -l <expected)" log | diff -u expected - || fail "the host prints something else"
