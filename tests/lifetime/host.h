@@ -9,7 +9,7 @@ extern "C" bool UseLibrary();
 // run, one as an exit handler and one from its own destructor.
 class CallsToTheEnd {
 public:
-    CallsToTheEnd() { std::atexit(CallAgain); }
+    CallsToTheEnd() noexcept { static_cast<void>(std::atexit(CallAgain)); }
     CallsToTheEnd(const CallsToTheEnd&) = delete;
     CallsToTheEnd& operator=(const CallsToTheEnd&) = delete;
     ~CallsToTheEnd() { CallAgain(); }
