@@ -337,6 +337,7 @@ TEST_F(CopyingTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
         {"a", "held", replaces, SourceNotReadable},
         {"a", "a", replaces, SourceNotReadable},
         {"a", "twin", replaces, SourceNotReadable},
+        {"a", R"(Q:\x)", replaces, DestinationNotWritable}, // the error of the row before is gone
         {"a", "link", replaces, SourceNotReadable, withLinks},
         {"a", "b", failsIfExists, DestinationExists},
         {"a", "folder", failsIfExists, DestinationNotWritable},
