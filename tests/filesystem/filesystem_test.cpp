@@ -85,7 +85,6 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
     };
     const Row rows[] = {
         {"*", files, folders},
-        {"*.*", files, folders},
         {"*.wav", {"B.WAV", "a.wav"}, {"parent.wav"}},
         {"?.T*T", {"\u00E9.txt"}, {}},
         {"*?b*", {}, {"sub"}, OnLinux("Wine takes no ? behind a *")},
@@ -94,7 +93,6 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
         {"A.wav", {}, {}, withCase},
         {"link/*", {"in"}, {}, withLinks},
         {R"(s*\in)", {}, {}},
-        {R"(sub\)", {}, {}},
         {R"(sub\.)", {}, {"sub"}},
         {R"(.)", {}, {At("").parent_path().filename().string()}},
         {R"(sub\..)", {}, {At("").parent_path().filename().string()}},
@@ -212,7 +210,6 @@ TEST_F(FileSystemTest, MakesTheMissingLevelsBelowTheFirst) {
         {R"(p\q)", fails, 0},
         {R"(a\q)", isThere, 1},
         {"", isThere, 0},
-        {R"(\\\)", isThere, 0},
         {R"(Q:\)", isThere, 0},
         {R"(Q:\a)", fails, 0},
         {R"(\\srv\share\a)", fails, 0},
@@ -342,7 +339,6 @@ TEST_F(CopyingTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
         {"a", "b", failsIfExists, DestinationExists},
         {"a", "folder", failsIfExists, DestinationNotWritable},
         {"a", "denied", failsIfExists, DestinationNotWritable, withRights},
-        {"a", "denied", replaces, DestinationNotWritable, withRights},
         {"a", "dangling", failsIfExists, DestinationNotWritable, withLinks},
         {"a", "dangling", replaces, DestinationNotWritable, withLinks},
         {"a", "marked", replaces, DestinationNotWritable, withRights},

@@ -64,8 +64,8 @@ TEST(Text, ReplacesEachMaximalIllFormedSubpart) {
     for (const auto& [bytes, marked, onlyOn] : RowsHere(rows, &TextRow::expected)) {
         const std::string text = std::regex_replace(marked, std::regex("\\?"), "\uFFFD");
         for (const std::string around : {"", "12345678"})
-            EXPECT_EQ(Utf8ToWide(around + bytes + around), Utf8ToWide(around + text + around)) << bytes;
-        EXPECT_FALSE(IsValidUtf8(bytes)) << bytes;
+            EXPECT_EQ(Utf8ToWide(around + bytes + around), Utf8ToWide(around + text + around)) << marked;
+        EXPECT_FALSE(IsValidUtf8(bytes)) << marked;
     }
     for (const WideChar half : {WideChar{0xD800}, WideChar{0xDBFF}, WideChar{0xDC00}, WideChar{0xDFFF}})
         EXPECT_EQ(WideToUtf8(WideString{half, 'z', half}.c_str()), "\xEF\xBF\xBDz\xEF\xBF\xBD");

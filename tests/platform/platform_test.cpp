@@ -110,18 +110,18 @@ TEST_F(FullPathServiceTest, ResolvesTheTextWithoutTheDisk) {
         {"C:\\\xC3\xA9\\..\\\xF0\x9F\x98\x80", "C:\\\xF0\x9F\x98\x80"},
     };
     for (const auto& [path, full, onlyOn] : RowsHere(rows, &TextRow::given)) {
-        SCOPED_TRACE(path);
+        SCOPED_TRACE("the path is '" + path + "'");
         const WideString widePath = Utf8ToWide(path), wideFull = Utf8ToWide(full);
         for (std::size_t capacity = 1; capacity <= full.size() + 2; ++capacity) {
             SCOPED_TRACE("capacity " + std::to_string(capacity));
             std::string narrow(capacity + 1, '#');
             WideString wide(capacity + 1, '#');
-            const char* const result = _fullpath(narrow.data(), path.c_str(), capacity);
-            const WCHAR* const wideResult = _wfullpath(wide.data(), widePath.c_str(), capacity);
-            ASSERT_EQ(result, capacity > full.size() ? narrow.data() : nullptr);
-            ASSERT_EQ(wideResult, capacity > wideFull.size() ? wide.data() : nullptr);
-            ASSERT_EQ(result != nullptr ? result : full, full);
-            ASSERT_EQ(wideResult != nullptr ? wideResult : wideFull, wideFull);
+            ASSERT_EQ(_fullpath(narrow.data(), path.c_str(), capacity),
+                      capacity > full.size() ? narrow.data() : nullptr);
+            ASSERT_EQ(_wfullpath(wide.data(), widePath.c_str(), capacity),
+                      capacity > wideFull.size() ? wide.data() : nullptr);
+            ASSERT_EQ(capacity > full.size() ? narrow.c_str() : full, full) << "of _fullpath";
+            ASSERT_EQ(capacity > wideFull.size() ? wide.c_str() : wideFull, wideFull) << "of _wfullpath";
             ASSERT_EQ(narrow.back(), '#') << "written behind it";
             ASSERT_EQ(wide.back(), '#') << "written behind it";
         }
