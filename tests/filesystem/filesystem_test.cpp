@@ -350,7 +350,7 @@ TEST_F(CopyingTest, TellsWhyAFileWasNotCopiedAndChangesNothing) {
     const std::string before = Describe(".");
     const HANDLE held = ::CreateFileW(Utf8ToWide("held").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     for (const Row& row : RowsHere(rows, &Row::destination)) {
-        SCOPED_TRACE(row.source + " to " + row.destination);
+        SCOPED_TRACE("CopyFileA of " + row.source + " to " + row.destination);
         const AsOrdinaryUser user;
         auto error = static_cast<CopyFileError>(-1);
         EXPECT_FALSE(CopyFileA(row.source, row.destination, row.failIfExists, nullptr));

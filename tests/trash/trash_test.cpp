@@ -155,7 +155,7 @@ TEST_F(TrashTest, GivesBackWhatItTookFromAnyVolume) {
             EXPECT_FALSE(fs::exists(fs::symlink_status(Utf8Path(item))));
             EXPECT_EQ(Items(), 1);
             EXPECT_TRUE(PutBack(InTrash(item)));
-            EXPECT_FALSE(PutBack(InTrash(item))) << "a second time";
+            EXPECT_FALSE(CanPutBack(InTrash(item))) << "after PutBack";
         }
         EXPECT_EQ(Describe("."), before);
         for (const fs::path& entry : entries)

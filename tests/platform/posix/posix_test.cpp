@@ -29,11 +29,11 @@ protected:
 
     // NOLINTNEXTLINE(cert-env33-c)
     static void Shell(const std::string& text) { ASSERT_EQ(std::system(("umask 022; set -e; " + text).c_str()), 0); }
-    static bool Runs(Words words) {
+    static void ExpectRuns(Words words) {
         void* process = LaunchProcess("", words);
-        const bool hasEnded = WaitForProcess(process, -1) == 1;
+        EXPECT_NE(process, nullptr) << words[0];
+        EXPECT_EQ(WaitForProcess(process, -1), 1) << words[0];
         ::CloseHandle(process);
-        return hasEnded;
     }
 };
 
@@ -204,7 +204,7 @@ TEST_F(PosixTest, SplitsACommandLineAsAWindowsProgramWould) {
 TEST_F(PosixTest, RunsAProgramThatMayNotBeRead) {
     Shell("cp /bin/true hidden; chmod 111 hidden");
     const AsOrdinaryUser user;
-    EXPECT_TRUE(Runs({In("hidden")}));
+    ExpectRuns({R"(.\hidden)"});
 }
 
 // The host has much open, blocks and ignores signals, and has a child of its own, which stays its own.
@@ -226,7 +226,7 @@ grep -E '^Sig(Blk|Ign)' /proc/self/status) > told)");
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_BLOCK, &all, &before);
     const auto previous = ::signal(SIGPIPE, SIG_IGN);
-    EXPECT_TRUE(Runs({"/bin/sh", "script"}));
+    ExpectRuns({"/bin/sh", "script"});
     static_cast<void>(::signal(SIGPIPE, previous));
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     std::for_each(open.begin(), open.end(), ::close);
@@ -247,7 +247,7 @@ TEST_F(PosixTest, LeavesNothingBehindAfterManyLaunches) {
         const auto previous = ::signal(SIGCHLD, handler);
         const auto launch = [] {
             for (int count = 0; count < 50; ++count)
-                EXPECT_TRUE(Runs({"/bin/true"}));
+                ExpectRuns({"/bin/true"});
         };
         std::thread other(launch);
         launch();
