@@ -1,10 +1,9 @@
-#include "filesystem/copying.h"
+#include "vellox/filesystem.h"
 
 #include "filesystem/queries.h"
 #include "frame/text.h"
 #include "pathtext/join.h"
 #include "platform/operations.h"
-#include "vellox/filesystem.h"
 
 namespace Vellox::FileNames {
 namespace {
@@ -12,15 +11,15 @@ namespace {
 constexpr WORD silent = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOERRORUI;
 
 // An empty path names nothing, least of all the current folder or the root of the drive.
-bool RunShell(UINT function, const WideString& from, const WideChar* to, WORD flags) {
+void RunShell(UINT function, const WideString& from, const WideChar* to, WORD flags) {
     if (from[0] == 0 || (to != nullptr && to[0] == 0))
-        return false;
+        return;
     SHFILEOPSTRUCTW operation = {};
     operation.wFunc = function;
     operation.pFrom = from.c_str();
     operation.pTo = to;
     operation.fFlags = flags;
-    return Platform::RunShellOperation(operation) == 0 && operation.fAnyOperationsAborted == FALSE;
+    Platform::RunShellOperation(operation);
 }
 
 WORD DeletionFlags(bool showShellDialogs, bool permanently) {
@@ -57,18 +56,9 @@ bool CopyFileA(std::string source, std::string destination, bool failIfExists, C
     return isCopied;
 }
 
-bool CopyFolderContents(const std::string& source, const std::string& destination) {
-    if (UpToNul(source).empty())
-        return false;
-    return RunShell(FO_COPY, ShellPath(std::string(UpToNul(source)) + "\\*"), ShellPath(destination).c_str(), silent);
-}
-
-bool DeleteFolderForGood(const std::string& path) {
-    return RunShell(FO_DELETE, ShellPath(path), nullptr, DeletionFlags(false, true));
-}
-
 void CopyFolder(std::string source, std::string destination) {
-    CopyFolderContents(source, destination);
+    if (!UpToNul(source).empty())
+        RunShell(FO_COPY, ShellPath(std::string(UpToNul(source)) + "\\*"), ShellPath(destination).c_str(), silent);
 }
 
 void DeleteFolderWithContents(const char* path, bool showShellDialogs, bool permanently) {

@@ -27,35 +27,27 @@ bool MayWidenBytes();
 // SHFileOperationW, kept from paths that it cannot take safely. Gives 0 if the whole operation succeeded.
 int RunShellOperation(SHFILEOPSTRUCTW& operation);
 
-// Makes a link to the same target under a name that is free. False if that is not possible.
-bool CopyLink(const WCHAR* link, const WCHAR* newLink);
-
 // True if the path is the folder, lies below it or leads through it, judged by what stands on the disk and not by text.
-// The path itself need not exist; its folder does.
+// The path itself need not exist, nor the folders above it; the nearest one that does decides.
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder);
 
-// True if the copy is finished: it holds entries of the same names and kinds, files of the same sizes and links to the
-// same targets, and nobody is writing to a file of the source. An entry that cannot be inspected makes it false.
-bool HoldSameTree(const WCHAR* source, const WCHAR* copy);
+// What became of a move by copy. After NameTaken and Failed the source is whole at its old place.
+enum class MoveByCopyResult { Done, NameTaken, Failed };
 
-// Removes a file or a folder of which there is a finished copy. What is not in the copy as it stands at that moment,
-// because it came later or was changed, stays where it is; then, or if something could not be removed, it gives false.
-bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy);
+// What becomes of the copy when the source cannot be removed.
+enum class CopyOfWhatStays { TakeBack, Keep };
 
-// The same for a link; on Windows, where links are not compared, any link at the path goes.
-bool RemoveCopiedLink(const WCHAR* link, const WCHAR* copy);
-
-// Takes an open file or folder for a move, until it is closed; false if another move has it.
-bool ClaimForMove(HANDLE item);
-
-// True if the path still leads to the open file or folder itself.
-bool IsItemAt(const WCHAR* path, HANDLE item);
-
-// Deletes the file at the path, read-only or not, if it is the open file itself.
-bool DeleteFileAt(const WCHAR* path, HANDLE file);
-
-// Has the system write a file or a folder with all it holds from its memory to the disk. False if a write failed.
-bool BringToDisk(const WCHAR* path);
+// Moves a file, a link or a folder with all it holds to a path that no entry has, by a copy, for a source that cannot
+// be renamed to there. No folder is moved to a path that lies in itself, and no folder above the destination is made.
+//
+// The copy is made beside the destination, under the name `.vellox-move` and a number. It takes the destination's name,
+// in one step, when it holds what the source holds and is on the disk. Only then is the source removed, entry by entry,
+// and each entry only if the copy still holds the same; what another program writes or puts there meanwhile stays.
+//
+// Done: the destination holds the whole source as it was copied. Of the source there is left what could not be removed,
+// if some of it could, or if the copy is to be kept, or if the source is no longer at its path.
+// Failed: nothing of the source is gone. The copy is removed again, except for what was changed in it since.
+MoveByCopyResult MoveByCopy(const WCHAR* source, const WCHAR* destination, CopyOfWhatStays copyOfWhatStays);
 
 // Takes the turn at a folder, which one holder at a time has among all processes and threads that ask for it here, and
 // waits for it so many milliseconds at most. Gives what EndTurn takes, or INVALID_HANDLE_VALUE without a turn: the wait
@@ -63,8 +55,5 @@ bool BringToDisk(const WCHAR* path);
 // that ends, however it ends, ends with it.
 HANDLE TakeTurn(const WCHAR* folder, DWORD milliseconds);
 void EndTurn(HANDLE turn);
-
-// Gives the second folder the permissions and the modification time of the first, as far as the system lets.
-void CopyFolderAttributes(const WCHAR* from, const WCHAR* to);
 
 } // namespace Vellox::Platform

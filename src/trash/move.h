@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "platform/operations.h"
+
 namespace Vellox::FileNames {
 
 enum class MoveResult {
@@ -19,12 +21,9 @@ bool IsTaken(const std::string& path);
 // Moves it by a rename alone, which takes no time.
 MoveResult RenameFileOrFolder(const std::string& source, const std::string& destination);
 
-// Moves a file, a folder with its contents or a link to a path that is free. What cannot be renamed is copied, the copy
-// is compared with the source, and only then is the source removed. A folder is never moved into itself.
-//
-// A source that cannot be removed stays where it is. Its copy is then taken back, or kept if that is wanted, which
-// counts as moved.
-enum class CopyOfWhatStays { TakeBack, Keep };
+// Moves a file, a folder with its contents or a link to a path that is free: by a rename, or else by a copy, which
+// Platform::MoveByCopy tells about. A copy that is kept though its source could not be removed counts as moved.
+using Platform::CopyOfWhatStays;
 MoveResult MoveFileOrFolder(const std::string& source, const std::string& destination, CopyOfWhatStays copyOfWhatStays);
 
 } // namespace Vellox::FileNames

@@ -4,7 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include "filesystem/copying.h"
 #include "filesystem/free_names.h"
 #include "filesystem/queries.h"
 #include "frame/text.h"

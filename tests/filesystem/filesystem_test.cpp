@@ -433,27 +433,5 @@ TEST_F(CopyingTest, DeletesWhatIsNamedAndNothingBehindALink) {
     EXPECT_FALSE(fs::exists(At("mine"))) << "whose rights its owner can give";
 }
 
-TEST_F(CopyingTest, ComparesWhatFoldersHold) {
-    Make({"a/sub/x"});
-    MakeOld("a/sub/x");
-    MakeLink("x", "a/sub/link");
-    std::vector<std::string> copies = {"same", "changed", "grown", "renamed", "more", "kind"};
-    if (HoldsHere(withLinks, "relinked"))
-        copies.push_back("relinked");
-    for (const std::string& copy : copies)
-        fs::copy("a", copy, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    WriteFile("changed/sub/x", std::string(fs::file_size("a/sub/x"), '-'));
-    WriteFile("grown/sub/x", "longer than it was");
-    fs::rename("renamed/sub/x", "renamed/sub/y");
-    fs::remove("kind/sub/x");
-    Make({"more/more/", "kind/sub/x/"});
-    if (fs::remove("relinked/sub/link"))
-        MakeLink("y", "relinked/sub/link");
-    for (const std::string& copy : copies) {
-        EXPECT_EQ(Platform::HoldSameTree(Utf8ToWide("a").c_str(), Utf8ToWide(copy).c_str()), copy == "same") << copy;
-        EXPECT_EQ(Platform::HoldSameTree(Utf8ToWide(copy).c_str(), Utf8ToWide("a").c_str()), copy == "same") << copy;
-    }
-}
-
 } // namespace
 } // namespace Vellox::FileNames

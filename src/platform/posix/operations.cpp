@@ -15,22 +15,14 @@
 #include "platform/posix/base/paths.h"
 #include "platform/posix/base/rename.h"
 #include "platform/posix/base/sharing.h"
-#include "platform/posix/trees/attributes.h"
-#include "platform/posix/trees/compare.h"
-#include "platform/posix/trees/copy_tree.h"
-#include "platform/posix/trees/remove_copied.h"
+#include "platform/posix/trees/move_by_copy.h"
+#include "platform/posix/trees/nesting.h"
 
 namespace Vellox::Platform {
 namespace {
 
 using Posix::Descriptor;
-using Posix::Place;
 using Posix::PosixPath;
-
-bool ReadStatus(HANDLE file, struct stat& status) {
-    int descriptor = 0;
-    return Posix::ToDescriptor(file, descriptor) && ::fstat(descriptor, &status) == 0;
-}
 
 } // namespace
 
@@ -75,50 +67,21 @@ int RunShellOperation(SHFILEOPSTRUCTW& operation) {
     return ::SHFileOperationW(&operation);
 }
 
-bool CopyLink(const WCHAR* link, const WCHAR* newLink) {
-    const PosixPath from(link);
-    const PosixPath to(newLink);
-    Place place;
-    if (!from.IsValid() || !to.IsValid() || !Posix::SplitLastComponent(to.View(), place))
-        return false;
-    const Descriptor folder = Posix::OpenPlace(place.folder.c_str());
-    struct stat status;
-    if (!folder || ::lstat(from.Text(), &status) != 0)
-        return Posix::FailFromErrno();
-    return Posix::CopyLink({AT_FDCWD, from.Text()}, status, {folder.Get(), place.name.c_str()},
-                           Posix::Existing::Refuse);
-}
-
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
     const PosixPath place(path);
     const PosixPath folderPlace(folder);
-    struct stat status;
-    return place.IsValid() && folderPlace.IsValid() && ::stat(folderPlace.Text(), &status) == 0 &&
-           Posix::LiesInFolder(place.Text(), status);
+    if (!place.IsValid() || !folderPlace.IsValid())
+        return false;
+    const Descriptor opened = Posix::OpenPlace(folderPlace.Text());
+    return opened && Posix::LiesInFolder(place.Text(), opened.Get());
 }
 
-bool HoldSameTree(const WCHAR* source, const WCHAR* copy) {
+MoveByCopyResult MoveByCopy(const WCHAR* source, const WCHAR* destination, CopyOfWhatStays copyOfWhatStays) {
     const PosixPath from(source);
-    const PosixPath to(copy);
-    return from.IsValid() && to.IsValid() && Posix::HoldSameTree({AT_FDCWD, from.Text()}, {AT_FDCWD, to.Text()});
-}
-
-bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy) {
-    const PosixPath from(source);
-    const PosixPath to(copy);
-    return from.IsValid() && to.IsValid() && Posix::RemoveCopied({AT_FDCWD, from.Text()}, {AT_FDCWD, to.Text()});
-}
-
-bool RemoveCopiedLink(const WCHAR* link, const WCHAR* copy) {
-    return RemoveCopiedTree(link, copy);
-}
-
-// A file system without flock says so with another error than EWOULDBLOCK, and moves there have to do without.
-bool ClaimForMove(HANDLE item) {
-    int descriptor = 0;
-    return Posix::ToDescriptor(item, descriptor) &&
-           (Posix::Retried([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0 || errno != EWOULDBLOCK ||
-            Posix::Fail(ERROR_SHARING_VIOLATION));
+    const PosixPath to(destination);
+    if (!from.IsValid() || !to.IsValid())
+        return MoveByCopyResult::Failed;
+    return Posix::MoveByCopy(from.Text(), to.Text(), copyOfWhatStays);
 }
 
 // flock itself can wait, but not for a limited time without a signal, which is the host's. A file system without flock
@@ -153,47 +116,6 @@ void EndTurn(HANDLE turn) {
         return;
     Posix::MayFail(::flock(descriptor, LOCK_UN));
     ::CloseHandle(turn);
-}
-
-bool IsItemAt(const WCHAR* path, HANDLE item) {
-    const PosixPath place(path);
-    struct stat status;
-    return place.IsValid() && ReadStatus(item, status) && Posix::IsAt({AT_FDCWD, place.Text()}, status);
-}
-
-bool DeleteFileAt(const WCHAR* path, HANDLE file) {
-    const PosixPath posixPath(path);
-    Place place;
-    struct stat status;
-    if (!posixPath.IsValid() || !Posix::SplitLastComponent(posixPath.View(), place) || !ReadStatus(file, status))
-        return false;
-    const Descriptor folder = Posix::OpenPlace(place.folder.c_str());
-    return folder && Posix::UnlinkIfSame({folder.Get(), place.name.c_str()}, status);
-}
-
-// For a folder syncfs writes the whole volume in one call, instead of an fsync for each file of the tree.
-bool BringToDisk(const WCHAR* path) {
-    const PosixPath place(path);
-    if (!place.IsValid())
-        return false;
-    const Descriptor entry = Posix::Open(place.Text(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    struct stat status;
-    if (!entry || ::fstat(entry.Get(), &status) != 0)
-        return Posix::FailFromErrno();
-    const auto sync = S_ISDIR(status.st_mode) ? ::syncfs : ::fsync;
-    return Posix::Retried([&] { return sync(entry.Get()); }) == 0 || Posix::FailWritingFromErrno();
-}
-
-void CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
-    const PosixPath source(from);
-    const PosixPath destination(to);
-    if (!source.IsValid() || !destination.IsValid())
-        return;
-    const Descriptor original = Posix::OpenPlace(source.Text());
-    struct stat status;
-    const Descriptor folder = Posix::Open(destination.Text(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (folder && original && ::fstat(original.Get(), &status) == 0)
-        Posix::KeepAttributes({original.Get(), status}, folder.Get(), Posix::Keep::ForMove);
 }
 
 } // namespace Vellox::Platform

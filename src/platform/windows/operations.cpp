@@ -5,18 +5,12 @@
 
 #include "platform/windows/entries.h"
 #include "platform/windows/shell.h"
-#include "platform/windows/trees.h"
 
 namespace Vellox::Platform {
 namespace {
 
 bool IsAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<signed char>(byte) >= 0; });
-}
-
-bool IsSameItem(HANDLE first, HANDLE second) {
-    const std::optional<Windows::Identity> item = Windows::IdentityOf(first);
-    return item && item == Windows::IdentityOf(second);
 }
 
 } // namespace
@@ -56,48 +50,8 @@ int RunShellOperation(SHFILEOPSTRUCTW& operation) {
     return Windows::RunShellOperation(operation);
 }
 
-bool CopyLink(const WCHAR* link, const WCHAR* newLink) {
-    constexpr DWORD flags = COPY_FILE_COPY_SYMLINK | COPY_FILE_FAIL_IF_EXISTS;
-    return ::CopyFileExW(link, newLink, nullptr, nullptr, nullptr, flags) != FALSE;
-}
-
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
     return Windows::LiesInFolder(Windows::FullPath(path), folder);
-}
-
-bool HoldSameTree(const WCHAR* source, const WCHAR* copy) {
-    return Windows::HoldSameTree(Windows::FullPath(source), Windows::FullPath(copy));
-}
-
-bool RemoveCopiedTree(const WCHAR* source, const WCHAR* copy) {
-    return Windows::RemoveCopiedTree(Windows::FullPath(source), Windows::FullPath(copy));
-}
-
-bool RemoveCopiedLink(const WCHAR* link, const WCHAR* /*copy*/) {
-    const FileHandle doomed = Windows::Open(link, DELETE, Windows::shareAll, FILE_FLAG_OPEN_REPARSE_POINT);
-    BY_HANDLE_FILE_INFORMATION information = {};
-    FILE_DISPOSITION_INFO deletion = {TRUE};
-    return doomed && ::GetFileInformationByHandle(doomed.Get(), &information) != FALSE &&
-           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-           ::SetFileInformationByHandle(doomed.Get(), FileDispositionInfo, &deletion, sizeof deletion) != FALSE;
-}
-
-bool BringToDisk(const WCHAR* path) {
-    return Windows::BringToDisk(Windows::FullPath(path));
-}
-
-void CopyFolderAttributes(const WCHAR* from, const WCHAR* to) {
-    WIN32_FILE_ATTRIBUTE_DATA data;
-    if (::GetFileAttributesExW(from, GetFileExInfoStandard, &data) == FALSE)
-        return;
-    if (const FileHandle folder = Windows::Open(to, FILE_WRITE_ATTRIBUTES))
-        ::SetFileTime(folder.Get(), &data.ftCreationTime, nullptr, &data.ftLastWriteTime);
-    ::SetFileAttributesW(to, data.dwFileAttributes);
-}
-
-// Far beyond any content, where a lock binds nobody else.
-bool ClaimForMove(HANDLE file) {
-    return ::LockFile(file, 0, 0x40000000, 1, 0) != FALSE || ::GetLastError() != ERROR_LOCK_VIOLATION;
 }
 
 // The sharing modes alone hold processes apart here: the system locks files, not folders, and a file that stands for
@@ -108,22 +62,5 @@ HANDLE TakeTurn(const WCHAR* /*folder*/, DWORD /*milliseconds*/) {
 }
 
 void EndTurn(HANDLE /*turn*/) {}
-
-bool IsItemAt(const WCHAR* path, HANDLE file) {
-    const FileHandle item = Windows::Open(path, 0, Windows::shareAll, FILE_FLAG_OPEN_REPARSE_POINT);
-    return item && IsSameItem(item.Get(), file);
-}
-
-// By its handle, as another process can put another file there at any time. A read-only mark would keep it here.
-bool DeleteFileAt(const WCHAR* path, HANDLE file) {
-    const FileHandle doomed =
-        Windows::Open(path, DELETE | FILE_WRITE_ATTRIBUTES, Windows::shareAll, FILE_FLAG_OPEN_REPARSE_POINT);
-    FILE_BASIC_INFO unmarked = {};
-    unmarked.FileAttributes = FILE_ATTRIBUTE_NORMAL;
-    FILE_DISPOSITION_INFO deletion = {TRUE};
-    return doomed && IsSameItem(doomed.Get(), file) &&
-           ::SetFileInformationByHandle(doomed.Get(), FileBasicInfo, &unmarked, sizeof unmarked) != FALSE &&
-           ::SetFileInformationByHandle(doomed.Get(), FileDispositionInfo, &deletion, sizeof deletion) != FALSE;
-}
 
 } // namespace Vellox::Platform

@@ -34,7 +34,4 @@ std::string NextTemporaryName();
 // True if the entry that now has the name is the one with that status.
 bool IsAt(Entry entry, const struct stat& wanted);
 
-// True if the path is that folder or would stand below it, whatever links lead there, or leads through it.
-bool LiesInFolder(const std::string& path, const struct stat& folder);
-
 } // namespace Vellox::Posix

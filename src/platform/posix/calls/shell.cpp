@@ -1,13 +1,12 @@
-#include <sys/stat.h>
-
 #include <string>
 #include <string_view>
 
-#include "platform/posix/base/entry.h"
+#include "platform/posix/base/descriptor.h"
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/paths.h"
 #include "platform/posix/trees/copy_tree.h"
 #include "platform/posix/trees/delete.h"
+#include "platform/posix/trees/nesting.h"
 #include "platform/posix/trees/recycle_bin.h"
 #include "platform/posix/win32.h"
 
@@ -34,8 +33,8 @@ bool Copy(const PosixPath& from, const PosixPath& to) {
 
 // Elsewhere the system itself holds the folder that a process stands in.
 bool HoldsCurrentFolder(const std::string& path) {
-    struct stat status;
-    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && LiesInFolder(".", status);
+    const Descriptor folder = OpenPlaceAt(AT_FDCWD, path.c_str(), Links::Refuse);
+    return folder && LiesInFolder(".", folder.Get());
 }
 
 bool Run(const SHFILEOPSTRUCTW& operation) {

@@ -2,124 +2,101 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <climits>
-#include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/base/descriptor.h"
 #include "platform/posix/base/errors.h"
-#include "platform/posix/base/sharing.h"
-#include "platform/posix/base/transfer.h"
-#include "platform/posix/trees/delete.h"
+#include "platform/posix/trees/walk.h"
 
 namespace Vellox::Posix {
 namespace {
 
-constexpr std::size_t comparedSize = std::size_t{32} * 1024;
-
-bool ReadNames(Entry entry, Descriptor& opened, std::vector<std::string>& names) {
-    opened = OpenAt(entry.folder, entry.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    Descriptor listed(opened ? ::fcntl(opened.Get(), F_DUPFD_CLOEXEC, 0) : -1);
-    const Folder listing(listed ? ::fdopendir(listed.Get()) : nullptr);
-    if (!listing)
-        return false;
-    listed.Release();
-    errno = 0;
-    while (const dirent* found = ::readdir(listing.Get()))
-        if (!IsDotName(found->d_name))
-            names.emplace_back(found->d_name);
-    const bool isWhole = errno == 0;
-    std::sort(names.begin(), names.end());
-    return isWhole;
-}
-
-bool HoldSameLink(Entry first, Entry second) {
-    char firstTarget[PATH_MAX];
-    char secondTarget[PATH_MAX];
-    const ssize_t firstLength = ::readlinkat(first.folder, first.name, firstTarget, sizeof firstTarget);
-    const ssize_t secondLength = ::readlinkat(second.folder, second.name, secondTarget, sizeof secondTarget);
-    return firstLength >= 0 && firstLength == secondLength &&
-           std::equal(firstTarget, firstTarget + firstLength, secondTarget);
-}
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 Descriptor OpenToRead(Entry entry) {
     return OpenAt(entry.folder, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
 }
 
-bool HoldSameBytes(Entry first, Entry second) {
-    const Descriptor firstFile = OpenToRead(first);
-    const Descriptor secondFile = OpenToRead(second);
-    if (!firstFile || !secondFile)
-        return false;
-    char firstBytes[comparedSize];
-    char secondBytes[comparedSize];
-    while (true) {
-        std::size_t firstCount = 0;
-        std::size_t secondCount = 0;
-        if (!ReadAll(firstFile.Get(), firstBytes, comparedSize, firstCount) ||
-            !ReadAll(secondFile.Get(), secondBytes, comparedSize, secondCount) ||
-            !std::equal(firstBytes, firstBytes + firstCount, secondBytes, secondBytes + secondCount))
-            return false;
-        if (firstCount == 0)
-            return true;
+bool IsOfOneKind(const struct stat& one, const struct stat& other) {
+    return (one.st_mode & S_IFMT) == (other.st_mode & S_IFMT);
+}
+
+bool HoldSameFile(Entry source, Entry copy) {
+    const Descriptor file = OpenToRead(source);
+    const Descriptor copyFile = OpenToRead(copy);
+    struct stat status;
+    struct stat copyStatus;
+    return file && copyFile && ::fstat(file.Get(), &status) == 0 && ::fstat(copyFile.Get(), &copyStatus) == 0 &&
+           S_ISREG(status.st_mode) && S_ISREG(copyStatus.st_mode) && status.st_size == copyStatus.st_size &&
+           HoldSameBytes(file.Get(), copyFile.Get(), status.st_size);
+}
+
+class Comparison {
+public:
+    explicit Comparison(const CopiedFiles& copied)
+        : source_(AT_FDCWD, O_RDONLY), copy_(AT_FDCWD, O_RDONLY), copied_(copied) {}
+
+    bool Run(int source, int copy) {
+        bool isSame = EnterFolders({source, "."}, {copy, "."});
+        while (isSame && !levels_.empty()) {
+            Names::Name entry;
+            isSame = levels_.back().Next(entry) ? HoldSame(entry) : LeaveFolders();
+        }
+        return isSame;
     }
-}
 
-bool IsSameTime(const struct timespec& first, const struct timespec& second) {
-    return first.tv_sec == second.tv_sec && first.tv_nsec == second.tv_nsec;
-}
+private:
+    bool EnterFolders(Entry source, Entry copy) {
+        Descriptor folder = OpenAt(source.folder, source.name, folderFlags);
+        Descriptor copyFolder = OpenAt(copy.folder, copy.name, folderFlags);
+        Names names;
+        Names copyNames;
+        const bool holdAsMany = folder && copyFolder && names.Read(folder.Get()) && copyNames.Read(copyFolder.Get()) &&
+                                names.Count() == copyNames.Count();
+        if (!holdAsMany || !source_.GoDown(std::move(folder)) || !copy_.GoDown(std::move(copyFolder)))
+            return false;
+        levels_.push_back(std::move(names));
+        return true;
+    }
 
-// What is still written is not yet what was copied.
-bool IsBeingWritten(Entry entry) {
-    const Descriptor file = OpenToRead(entry);
-    return file && Posix::IsBeingWritten(file.Get());
-}
+    bool LeaveFolders() {
+        Descriptor left;
+        levels_.pop_back();
+        return source_.GoUp(left) && copy_.GoUp(left);
+    }
 
-bool HoldSame(Entry first, Entry second, int depth);
+    bool HoldSame(const Names::Name& entry) {
+        const Entry source{source_.Folder(), entry.text};
+        const Entry copy{copy_.Folder(), entry.text};
+        struct stat status;
+        struct stat copyStatus;
+        if (entry.kind == DT_DIR)
+            return EnterFolders(source, copy);
+        if (::fstatat(source.folder, source.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+            return false;
+        if (S_ISDIR(status.st_mode))
+            return EnterFolders(source, copy);
+        const CopiedFile* copied = copied_.Find(status);
+        if (copied != nullptr && IsInState(status, copied->source))
+            return true;
+        if (S_ISREG(status.st_mode))
+            return HoldSameFile(source, copy);
+        return ::fstatat(copy.folder, copy.name, &copyStatus, AT_SYMLINK_NOFOLLOW) == 0 &&
+               IsOfOneKind(status, copyStatus) && (!S_ISLNK(status.st_mode) || HoldSameTarget(source, copy));
+    }
 
-bool HoldSameFolder(Entry first, Entry second, int depth) {
-    Descriptor firstFolder;
-    Descriptor secondFolder;
-    std::vector<std::string> firstNames;
-    std::vector<std::string> secondNames;
-    if (depth > deepestTree || !ReadNames(first, firstFolder, firstNames) ||
-        !ReadNames(second, secondFolder, secondNames) || firstNames != secondNames)
-        return false;
-    return std::all_of(firstNames.begin(), firstNames.end(), [&](const std::string& name) {
-        return HoldSame({firstFolder.Get(), name.c_str()}, {secondFolder.Get(), name.c_str()}, depth + 1);
-    });
-}
-
-bool HoldSame(Entry first, Entry second, int depth) {
-    struct stat firstStatus;
-    struct stat secondStatus;
-    if (::fstatat(first.folder, first.name, &firstStatus, AT_SYMLINK_NOFOLLOW) != 0 ||
-        ::fstatat(second.folder, second.name, &secondStatus, AT_SYMLINK_NOFOLLOW) != 0)
-        return false;
-    if (S_ISDIR(firstStatus.st_mode) && S_ISDIR(secondStatus.st_mode))
-        return HoldSameFolder(first, second, depth);
-    return HoldSameData(first, firstStatus, second, secondStatus) &&
-           !(S_ISREG(firstStatus.st_mode) && IsBeingWritten(first));
-}
+    WayDown source_;
+    WayDown copy_;
+    const CopiedFiles& copied_;
+    std::vector<Names> levels_;
+};
 
 } // namespace
 
-bool HoldSameData(Entry first, const struct stat& firstStatus, Entry second, const struct stat& secondStatus) {
-    if ((firstStatus.st_mode & S_IFMT) != (secondStatus.st_mode & S_IFMT))
-        return false;
-    if (S_ISLNK(firstStatus.st_mode))
-        return HoldSameLink(first, second);
-    if (!S_ISREG(firstStatus.st_mode))
-        return S_ISFIFO(firstStatus.st_mode);
-    return firstStatus.st_size == secondStatus.st_size &&
-           (IsSameTime(firstStatus.st_mtim, secondStatus.st_mtim) || HoldSameBytes(first, second));
-}
-
-bool HoldSameTree(Entry first, Entry second) {
-    return HoldSame(first, second, 0);
+bool HoldSameTree(int source, int copy, const CopiedFiles& copied) {
+    return Comparison(copied).Run(source, copy);
 }
 
 } // namespace Vellox::Posix

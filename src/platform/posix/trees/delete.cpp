@@ -5,61 +5,106 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/paths.h"
+#include "platform/posix/trees/walk.h"
 
 namespace Vellox::Posix {
 namespace {
 
-bool DeleteEntry(int folder, const char* name, bool isKnownFolder, int depth);
+class TreeDeletion {
+public:
+    explicit TreeDeletion(int place) : way_(place, O_RDONLY), folders_(1) {}
 
-// Gives how many entries were deleted; remaining tells whether one could not be.
-std::size_t DeleteListed(DIR* listing, bool& remaining, int depth) {
-    std::size_t deleted = 0;
-    remaining = false;
-    ::rewinddir(listing);
-    while (const dirent* entry = ::readdir(listing)) {
-        if (IsDotName(entry->d_name))
-            continue;
-        if (DeleteEntry(::dirfd(listing), entry->d_name, entry->d_type == DT_DIR, depth))
-            ++deleted;
-        else
-            remaining = true;
+    // Deletes the entry of that name in the place, with all that it holds.
+    bool RemoveEntry(const char* name) {
+        DeleteEntry({name, DT_UNKNOWN});
+        return Run();
     }
-    return deleted;
-}
 
-// A file system may pass over entries while others go, so an unfinished folder is read again as long as that helps.
-bool DeleteFolder(int parent, const char* name, int depth) {
-    if (depth == deepestTree)
-        return Fail(ERROR_FILENAME_EXCED_RANGE);
-    Descriptor folder = OpenFolderToEmpty({parent, name});
-    const Folder listing(folder ? ::fdopendir(folder.Get()) : nullptr);
-    if (!listing) {
-        // An empty folder goes even if it may not be read.
+    // Deletes what the place, which is a folder, holds.
+    bool EmptyPlace() {
+        DeleteEntry({itself, DT_DIR});
+        return Run();
+    }
+
+private:
+    static constexpr char itself[] = ".";
+
+    struct Level {
+        std::string name;
+        Names names;
+        bool hasLost = false;   // entries, since its names were read
+        bool holdsMore = false; // an entry that could not be deleted
+    };
+
+    bool Run() {
+        while (folders_.size() > 1) {
+            Names::Name entry;
+            if (folders_.back().names.Next(entry))
+                DeleteEntry(entry);
+            else if (!LeaveFolder())
+                return false;
+        }
+        return !folders_.back().holdsMore;
+    }
+
+    void Note(bool isDeleted) {
+        Level& folder = folders_.back();
+        folder.hasLost = folder.hasLost || isDeleted;
+        folder.holdsMore = folder.holdsMore || !isDeleted;
+    }
+
+    // What the listing called a folder may have become a link since, and the other way round.
+    void DeleteEntry(const Names::Name& entry) {
+        const bool isKnownFolder = entry.kind == DT_DIR;
+        if (!isKnownFolder) {
+            if (::unlinkat(way_.Folder(), entry.text, 0) == 0)
+                return Note(true);
+            if (errno != EISDIR && errno != EPERM)
+                return Note(FailFromErrno());
+        }
+        Descriptor folder = OpenFolderToEmpty({way_.Folder(), entry.text});
+        if (folder)
+            return EnterFolder(entry.text, std::move(folder));
         const DWORD error = ErrorFromErrno(errno);
-        return ::unlinkat(parent, name, AT_REMOVEDIR) == 0 || Fail(error);
+        const bool isDeleted = ::unlinkat(way_.Folder(), entry.text, AT_REMOVEDIR) == 0 || // empty, and not readable
+                               (isKnownFolder && ::unlinkat(way_.Folder(), entry.text, 0) == 0);
+        Note(isDeleted || Fail(error));
     }
-    folder.Release();
-    bool remaining = false;
-    while (DeleteListed(listing.Get(), remaining, depth + 1) > 0 && !remaining) {
-        if (::unlinkat(parent, name, AT_REMOVEDIR) == 0)
-            return true;
-    }
-    return ::unlinkat(parent, name, AT_REMOVEDIR) == 0 || FailFromErrno();
-}
 
-// What the listing called a folder may have become a link since, and the other way round.
-bool DeleteEntry(int folder, const char* name, bool isKnownFolder, int depth) {
-    if (isKnownFolder && DeleteFolder(folder, name, depth))
+    // A listing that ends early shows when the folder cannot be removed.
+    void EnterFolder(std::string name, Descriptor folder) {
+        Names names;
+        MayFail(names.Read(folder.Get()) ? 0 : -1);
+        if (!way_.GoDown(std::move(folder)))
+            return Note(FailFromErrno());
+        folders_.push_back({std::move(name), std::move(names)});
+    }
+
+    // False if there is no way back up.
+    bool LeaveFolder() {
+        const Level left = std::move(folders_.back());
+        folders_.pop_back();
+        Descriptor folder;
+        if (!way_.GoUp(folder))
+            return FailFromErrno();
+        const bool isDeleted =
+            left.name == itself ? !left.holdsMore : ::unlinkat(way_.Folder(), left.name.c_str(), AT_REMOVEDIR) == 0;
+        // A listing may have passed over entries, or others have come, so it is read again as long as that helps.
+        if (!isDeleted && left.hasLost && !left.holdsMore && ::lseek(folder.Get(), 0, SEEK_SET) == 0)
+            EnterFolder(left.name, std::move(folder));
+        else
+            Note(isDeleted || (!left.holdsMore && FailFromErrno()));
         return true;
-    if (::unlinkat(folder, name, 0) == 0)
-        return true;
-    if (isKnownFolder || (errno != EISDIR && errno != EPERM))
-        return FailFromErrno();
-    return DeleteFolder(folder, name, depth);
-}
+    }
+
+    WayDown way_;
+    std::vector<Level> folders_; // those on the way, behind one for the place
+};
 
 constexpr int folderFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
@@ -89,7 +134,11 @@ Descriptor OpenFolderToEmpty(Entry entry) {
 }
 
 bool DeleteTreeEntry(Entry entry) {
-    return DeleteEntry(entry.folder, entry.name, false, 0);
+    return TreeDeletion(entry.folder).RemoveEntry(entry.name);
+}
+
+bool DeleteContents(int folder) {
+    return TreeDeletion(folder).EmptyPlace();
 }
 
 bool DeleteTree(const std::string& path) {

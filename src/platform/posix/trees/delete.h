@@ -10,14 +10,14 @@
 
 namespace Vellox::Posix {
 
-// Deeper trees are refused instead of running out of stack.
-inline constexpr int deepestTree = 1000;
-
 // Opens a folder whose entries are to go, also where its owner has taken the right for that from himself.
 Descriptor OpenFolderToEmpty(Entry entry);
 
 // Deletes an entry of any kind, a folder with its contents. Goes on after a failure with what can be deleted.
 bool DeleteTree(const std::string& path);
 bool DeleteTreeEntry(Entry entry);
+
+// Deletes what an open folder holds. The folder itself stays.
+bool DeleteContents(int folder);
 
 } // namespace Vellox::Posix
