@@ -1,12 +1,13 @@
 #include "fileobjects/buffered_file.h"
 
 #include <algorithm>
-#include <cstring>
+#include <new>
 
 namespace QuirnFiles {
 namespace {
 
-constexpr std::size_t firstCapacity = std::size_t{1} << 20;
+// A file takes 32 bits of a count at a time.
+constexpr std::size_t mostAtOnce = std::size_t{1} << 30;
 
 std::uint64_t SizeOrNone(std::int64_t size) {
     return size > 0 ? static_cast<std::uint64_t>(size) : 0;
@@ -14,49 +15,41 @@ std::uint64_t SizeOrNone(std::int64_t size) {
 
 } // namespace
 
-// A file of which the system does not tell the size looks like an empty one.
-KeepingReader::KeepingReader(CFileBase& file)
-    : file_(file), unread_(SizeOrNone(file.GetRemainingSize())),
-      failed_(unread_ == 0 && file.Seek(0, CFileBase::FromEnd) != 0) {}
-
-bool KeepingReader::ReadOn(std::size_t count) {
-    while (unread_ > 0 && bytes_.size() - position_ < count)
-        ReadPiece();
-    return bytes_.size() - position_ >= count;
+// A file of which the system does not tell the size looks like an empty one, but has no end to go to either.
+FileContent::FileContent(CFileBase& file)
+    : fileSize(SizeOrNone(file.GetRemainingSize())), failed(fileSize == 0 && file.Seek(0, CFileBase::FromEnd) != 0) {
+    for (room = static_cast<std::size_t>(fileSize); room > 0; room /= 2) {
+        bytes.reset(new (std::nothrow) char[room]);
+        if (bytes != nullptr)
+            break;
+    }
 }
 
-void KeepingReader::ReadPiece() {
-    const std::size_t wanted = std::min<std::uint64_t>(unread_, fileBufferSize);
-    const std::size_t size = bytes_.size();
-    // Doubled, but never beyond the file.
-    if (bytes_.capacity() < size + wanted)
-        bytes_.reserve(size + std::min<std::uint64_t>(unread_, std::max(size, firstCapacity)));
-    bytes_.resize(size + wanted);
-    const std::size_t read = file_.Read(bytes_.data() + size, wanted);
-    bytes_.resize(size + read);
-    failed_ = read < wanted;
-    unread_ = failed_ ? 0 : unread_ - wanted;
-}
-
-void KeepingReader::SkipToEnd() {
-    position_ = bytes_.size();
-    unread_ = 0;
+void FileContent::ReadOn(CFileBase& file, std::uint64_t upTo) {
+    const std::uint64_t end = std::min<std::uint64_t>(upTo, room);
+    while (size < end && !failed) {
+        const std::size_t wanted = std::min(end - size, std::uint64_t{mostAtOnce});
+        const std::size_t read = file.Read(bytes.get() + size, wanted);
+        failed = read < wanted;
+        size += read;
+    }
 }
 
 BufferedWriter::BufferedWriter(CFileBase& file)
     : file_(file), buffer_(new char[fileBufferSize]) {} // make_unique would fill it first
 
-std::size_t BufferedWriter::Write(const void* data, std::size_t count) {
-    std::size_t done = 0;
-    while (done < count) {
-        if (used_ == fileBufferSize)
-            Finish();
-        const std::size_t piece = std::min(count - done, fileBufferSize - used_);
-        std::memcpy(buffer_.get() + used_, static_cast<const char*>(data) + done, piece);
-        used_ += piece;
-        done += piece;
+void BufferedWriter::Write(const void* data, std::size_t count) {
+    if (count > fileBufferSize - used_)
+        Finish();
+    const char* position = static_cast<const char*>(data);
+    while (count > fileBufferSize) {
+        const std::size_t piece = std::min(count, mostAtOnce);
+        file_.Write(position, piece);
+        position += piece;
+        count -= piece;
     }
-    return done;
+    std::copy_n(position, count, buffer_.get() + used_);
+    used_ += count;
 }
 
 void BufferedWriter::Finish() {

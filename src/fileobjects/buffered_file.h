@@ -3,8 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string>
-#include <utility>
 
 #include "fileobjects/file.h"
 
@@ -12,46 +10,28 @@ namespace QuirnFiles {
 
 inline constexpr std::size_t fileBufferSize = std::size_t{64} * 1024;
 
-// Reads a file from its current position on, in large pieces, and keeps what it has read. Places in the file count from
-// where the reading began.
-class KeepingReader {
-public:
-    explicit KeepingReader(CFileBase& file);
+// The first bytes of a file, counted from the position that it had, in memory.
+struct FileContent {
+    FileContent() = default;
+    explicit FileContent(CFileBase& file);
 
-    // Reads on until so many bytes from the position on are there. False at the end of the file and after a failure.
-    bool Have(std::size_t count) { return bytes_.size() - position_ >= count || ReadOn(count); }
+    // Reads on until so many bytes are there, or fewer if the file ends, the system fails or there is no memory.
+    void ReadOn(CFileBase& file, std::uint64_t upTo);
 
-    std::size_t Position() const { return position_; }
-    const char* At(std::size_t position) const { return bytes_.data() + position; }
-    void Skip(std::size_t count) { position_ += count; }
-    void SkipToEnd();
-
-    // What is left of the file, and so what can still be read at the most.
-    std::uint64_t Remaining() const { return unread_ + (bytes_.size() - position_); }
-
-    // True if the system delivered less than the file holds.
-    bool Failed() const { return failed_; }
-
-    // All that was read. The reader is of no use after that.
-    std::string TakeBytes() { return std::move(bytes_); }
-
-private:
-    bool ReadOn(std::size_t count);
-    void ReadPiece();
-
-    CFileBase& file_;
-    std::string bytes_;
-    std::size_t position_ = 0;
-    std::uint64_t unread_;
-    bool failed_;
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0; // of what stands in memory
+    std::size_t room = 0; // for the whole file; for its first part only, where there is no memory for more
+    std::uint64_t fileSize = 0;
+    bool failed = false; // the system delivered less than it was asked for
 };
 
-// Writes a file in large pieces. What is still in the buffer at the end goes out with Finish, and with nothing else.
+// Writes a file in large pieces; what is a large piece already goes out as it stands. What is still in the buffer at
+// the end goes out with Finish, and with nothing else.
 class BufferedWriter {
 public:
     explicit BufferedWriter(CFileBase& file);
 
-    std::size_t Write(const void* data, std::size_t count);
+    void Write(const void* data, std::size_t count);
     void Finish();
 
 private:

@@ -10,6 +10,7 @@
 #include "fileobjects/file.h"
 #include "filesystem/queries.h"
 #include "pathtext/join.h"
+#include "platform/guard.h"
 
 namespace Vellox {
 
@@ -30,20 +31,13 @@ namespace {
     trashCatalogue.~TrashCatalogue();
 }
 
-// CFile leaves closing to its user; this one closes on every way out.
-class OpenFile {
-public:
-    OpenFile(const std::string& path, DWORD access, DWORD shareMode, DWORD disposition) {
-        file_.Open(path.c_str(), access, shareMode, disposition);
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile() { file_.Close(); }
-    QuirnFiles::CFile& Get() { return file_; }
-
-private:
-    QuirnFiles::CFile file_;
+// CFile leaves closing to its user.
+struct OpenFileTraits {
+    using Value = QuirnFiles::CFile*;
+    static Value None() { return nullptr; }
+    static void GiveBack(Value file) { file->Close(); }
 };
+using FileCloser = Guard<OpenFileTraits>;
 
 std::uint64_t CurrentTime() {
     FILETIME time;
@@ -68,74 +62,78 @@ void TrashCatalogue::Load(std::string newFolder) {
     folder = std::move(newFolder);
     const std::string path = GetFilePath();
     fileCouldNotBeRead = true;
-    if (!FileNames::CheckFileExists(path)) {
-        fileCouldNotBeRead = !IsGone(path);
-        return;
-    }
     try {
-        OpenFile file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
-        QuirnFiles::KeepingReader reader(file.Get());
-        CatalogueRecords read;
-        read.Read(reader);
-        fileCouldNotBeRead = reader.Failed();
+        QuirnFiles::CFile file;
+        file.Open(path.c_str(), GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+        const FileCloser closer(&file);
+        const std::lock_guard<CatalogueLock> guard(lock);
+        CatalogueRecords read(file);
+        fileCouldNotBeRead = !read.AreComplete();
         Merge(std::move(read));
     } catch (const VelloxException&) {
-        // The file is there and did not open.
+        if (!IsGone(path))
+            return;
+        const std::lock_guard<CatalogueLock> guard(lock);
+        fileCouldNotBeRead = false;
+        Merge({});
     }
 }
 
 void TrashCatalogue::Merge(CatalogueRecords read) {
-    const std::lock_guard<CatalogueLock> guard(lock);
-    LetLoadedWait();
-    loaded = std::move(read);
+    std::swap(loaded, read);
+    // What a failed save has not left in the file waits like any other.
+    read.ForEach([this](const CatalogueRecords::Record& record) {
+        const auto found = loaded.Find(record.key);
+        if (!found || !found->isWhole)
+            waiting.emplace(record.key, TrashEntry{record.trashedTime, std::string(record.restorePath)});
+    });
     for (auto entry = waiting.begin(); entry != waiting.end();) {
-        const CatalogueRecords::Record* record = loaded.Find(entry->first);
-        const bool isReplaced = record != nullptr && record->isWhole;
+        const auto found = loaded.Find(entry->first);
         // Half a record, as a failed save leaves it, does not take the place of a whole one.
+        const bool isReplaced = found && found->isWhole && found->trashedTime >= entry->second.trashedTime;
         if (!isReplaced)
             loaded.Remove(entry->first);
         entry = isReplaced ? waiting.erase(entry) : std::next(entry);
     }
 }
 
-// After a failed save the entries of the file wait like any other.
-void TrashCatalogue::LetLoadedWait() {
-    for (const CatalogueRecords::Record& record : loaded.InOrder())
-        waiting.insert_or_assign(std::string(loaded.Key(record)),
-                                 TrashEntry{record.trashedTime, std::string(loaded.RestorePath(record))});
-    loaded = {};
-}
-
 void TrashCatalogue::Save() {
     if (fileCouldNotBeRead)
         return;
     try {
-        WriteTo(GetFilePath());
+        QuirnFiles::CFile file;
+        file.Open(GetFilePath().c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                  CREATE_ALWAYS);
+        FileCloser closer(&file);
+        const std::lock_guard<CatalogueLock> guard(lock);
+        WriteTo(file);
+        closer = {};
+        loaded = {};
+        waiting.clear();
     } catch (const VelloxException&) {
         // The entries wait for the next save.
     }
 }
 
-void TrashCatalogue::WriteTo(const std::string& path) {
-    OpenFile file(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS);
-    const std::lock_guard<CatalogueLock> guard(lock);
-    QuirnFiles::BufferedWriter writer(file.Get());
+void TrashCatalogue::WriteTo(QuirnFiles::CFile& file) {
+    QuirnFiles::BufferedWriter writer(file);
     WriteHeader(writer, loaded.Count() + waiting.size());
-    auto next = waiting.begin();
-    const auto writeWaiting = [&] {
-        WriteRecord(writer, next->first, next->second.trashedTime, next->second.restorePath);
-        ++next;
-    };
-    for (const CatalogueRecords::Record& record : loaded.InOrder()) {
-        while (next != waiting.end() && next->first < loaded.Key(record))
-            writeWaiting();
-        loaded.Write(writer, record);
+    std::size_t written = 0;
+    for (const auto& [key, entry] : waiting) {
+        const std::size_t place = loaded.PlaceOf(key);
+        loaded.Write(writer, written, place);
+        WriteRecord(writer, key, entry.trashedTime, entry.restorePath);
+        written = place;
     }
-    while (next != waiting.end())
-        writeWaiting();
+    loaded.Write(writer, written, loaded.LastPlace());
     writer.Finish();
-    loaded = {};
-    waiting.clear();
+}
+
+// After a Load that could not read the file, what an earlier one has found may stand nowhere else.
+void TrashCatalogue::Forget() {
+    const std::lock_guard<CatalogueLock> guard(lock);
+    if (!fileCouldNotBeRead)
+        loaded = {};
 }
 
 void TrashCatalogue::Add(std::string trashPath, std::string restorePath) {
@@ -144,17 +142,19 @@ void TrashCatalogue::Add(std::string trashPath, std::string restorePath) {
     waiting.insert_or_assign(std::move(trashPath), TrashEntry{CurrentTime(), std::move(restorePath)});
 }
 
-bool TrashCatalogue::FindRestorePath(const std::string& trashPath, std::string& restorePath) {
+std::optional<TrashEntry> TrashCatalogue::Find(const std::string& trashPath) {
     const std::lock_guard<CatalogueLock> guard(lock);
-    if (const CatalogueRecords::Record* record = loaded.Find(trashPath)) {
-        restorePath = loaded.RestorePath(*record);
-        return !restorePath.empty();
-    }
+    if (const auto record = loaded.Find(trashPath))
+        return TrashEntry{record->trashedTime, std::string(record->restorePath)};
     const auto found = waiting.find(trashPath);
-    if (found == waiting.end())
-        return false;
-    restorePath = found->second.restorePath;
-    return !restorePath.empty();
+    return found != waiting.end() ? std::optional(found->second) : std::nullopt;
+}
+
+bool TrashCatalogue::FindRestorePath(const std::string& trashPath, std::string& restorePath) {
+    const std::optional<TrashEntry> entry = Find(trashPath);
+    if (entry)
+        restorePath = entry->restorePath;
+    return entry && !restorePath.empty();
 }
 
 void TrashCatalogue::Remove(const std::string& trashPath) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -9,7 +9,8 @@
 
 namespace Vellox {
 
-// The records of a catalogue file, as they were read: the bytes of the file, and where in them the records are.
+// The records of a catalogue file: its bytes, and where in them each record begins. So they take less than twice the
+// memory that the file has bytes, whatever it holds.
 //
 // The file, little-endian and without gaps:
 //
@@ -20,37 +21,58 @@ namespace Vellox {
 class CatalogueRecords {
 public:
     struct Record {
-        std::size_t key; // places in the bytes
-        std::size_t restorePath;
-        std::uint64_t trashedTime; // ticks of 100 ns since 1601-01-01 UTC
-        std::uint32_t keySize;
-        std::uint32_t restorePathSize;
-        bool isWhole;         // false if the file ends within its restorePath
-        bool isAsItIsWritten; // the bytes hold it just as a save writes it
+        std::string_view key;
+        std::uint64_t trashedTime = 0; // ticks of 100 ns since 1601-01-01 UTC
+        std::string_view restorePath;
+        bool isWhole = true; // false if the file ends within its restorePath
     };
 
+    CatalogueRecords() = default;
+
     // Takes the complete records before any damage. Of two with one key the later counts.
-    void Read(QuirnFiles::KeepingReader& reader);
+    explicit CatalogueRecords(QuirnFiles::CFileBase& file);
 
-    bool IsEmpty() const { return records_.empty(); }
-    std::size_t Count() const { return records_.size(); }
-    const std::vector<Record>& InOrder() const { return records_; }
-    std::string_view Key(const Record& record) const { return {bytes_.data() + record.key, record.keySize}; }
-    std::string_view RestorePath(const Record& record) const {
-        return {bytes_.data() + record.restorePath, record.restorePathSize};
-    }
+    // False if there may be more in the file: the system did not deliver all of it, or there was no memory for it.
+    bool AreComplete() const { return areComplete_; }
 
-    // Null if there is none.
-    const Record* Find(std::string_view key) const;
+    std::size_t Count() const { return count_; }
+    std::optional<Record> Find(std::string_view key) const;
     void Remove(std::string_view key);
 
-    void Write(QuirnFiles::BufferedWriter& file, const Record& record) const;
+    template <typename Visit> void ForEach(Visit visit) const {
+        for (const std::uint64_t start : starts_)
+            if (!IsRemoved(start))
+                visit(RecordAt(start));
+    }
+
+    // Writes what stands from one place in their order up to another. A key has its place whether or not there is a
+    // record of it.
+    std::size_t PlaceOf(std::string_view key) const;
+    std::size_t LastPlace() const { return starts_.size(); }
+    void Write(QuirnFiles::BufferedWriter& file, std::size_t from, std::size_t to) const;
 
 private:
-    void BringIntoOrder();
+    class Fields;
+    struct RecordFields;
 
-    std::string bytes_;
-    std::vector<Record> records_; // in ascending order of their keys
+    static constexpr std::uint64_t removed = std::uint64_t{1} << 63; // a bit of a start that no file reaches
+    static bool IsRemoved(std::uint64_t start) { return (start & removed) != 0; }
+
+    bool TakeRecord(Fields& fields, RecordFields& record) const;
+    void FindRecords(Fields& fields, std::size_t count);
+    void BringIntoOrder();
+    void SortStarts();
+    unsigned char KeyByteAt(std::uint64_t start, std::uint64_t index) const;
+    std::string_view KeyAt(std::uint64_t start) const;
+    Record RecordAt(std::uint64_t start) const;
+
+    QuirnFiles::FileContent content_;
+    std::vector<std::uint64_t> starts_; // in ascending order of the keys
+    std::uint64_t end_ = 0;             // of the last record
+    std::size_t count_ = 0;
+    bool haveRestorePaths_ = false;
+    bool areAsWritten_ = true; // the bytes hold them just as a save writes them
+    bool areComplete_ = true;
 };
 
 // The parts of a file that do not stand in another one.
