@@ -8,7 +8,7 @@
 /// Text: a narrow string is a string of bytes that carries no mark of its encoding. Functions that reach the file
 /// system say how they read it: as UTF-8, or as the bytes of the system's own narrow text (the ANSI code page on
 /// Windows, plain bytes on Linux). While a path is pure ASCII the two agree. Text that reaches the system ends at its
-/// first NUL. Every function that reaches the system says which of the two it is.
+/// first NUL.
 ///
 /// Paths: `\` is the separator that comes out; `C:` is a drive, on Linux the root `/`. Each function says whether `/`
 /// counts on the way in.
@@ -16,8 +16,10 @@
 /// Failures: a failure of the file system is a plain value (false, an empty string, an empty list, null), never an
 /// exception. Only the standard exceptions for exhausted memory and oversized strings pass through. On Windows the DLL
 /// has a C++ runtime of its own: an exception can be caught as ever, but `std::uncaught_exceptions()` of the host still
-/// counts it afterwards. A null pointer is refused by no function that does not say so; that holds for a std::string
-/// that is made of one, too.
+/// counts it afterwards.
+///
+/// Null: no function looks for a null pointer unless it says so, and a std::string made of one is undefined before the
+/// call begins.
 ///
 /// Ownership: strings go in by value, so the caller's copy is untouched; what comes back is new and the caller's own.
 ///
