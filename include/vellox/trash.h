@@ -11,8 +11,10 @@
 ///
 /// Nothing in the trash expires, and no function here empties it.
 ///
-/// Call these functions from one thread at a time. Two processes may use one trash: they meet in the catalogue file,
-/// and the files themselves are never lost or overwritten.
+/// Call these functions from one thread at a time. Two processes may use one trash, and the items themselves are never
+/// lost or overwritten. On Linux each call that reads and writes the catalogue waits for the turn of another process,
+/// but two seconds at most; without a turn, as on Windows, records that two processes write at the same moment can be
+/// lost.
 
 #include "frame.h"
 
