@@ -369,6 +369,35 @@ TEST_P(NothingLost, WhereARenameCannotBeToldToRefuse) {
     injection.isOn = false;
     EXPECT_FALSE(fs::exists(near / "new"));
     fs::permissions(near / "shut", fs::perms::all);
+    // The file has two names then, and another program saves it by a rename over the old one.
+    injection = {true, EINVAL, 1, 1};
+    injection.intrudes = [this](std::string_view name) { return name == "renameat2" && fs::exists(near / "new"); };
+    injection.intruder = [this] {
+        WriteFile(near / "late", "late");
+        fs::rename(near / "late", near / "shut/take.wav");
+    };
+    EXPECT_NE(Platform::RenameWithoutReplacing(Win32(near / "shut/take.wav").c_str(), Win32(near / "new").c_str()), 0);
+    injection.isOn = false;
+    EXPECT_EQ(injection.intruder, nullptr);
+    EXPECT_EQ(ReadFile(near / "shut/take.wav"), "late");
+    EXPECT_FALSE(fs::exists(near / "new"));
+}
+
+// The write, the close and the removal of what was written so far: the first of them tells the reason.
+TEST_P(NothingLost, WhenTheCleanUpFailsToo) {
+    injection.intrudes = [](std::string_view name) { return name == "write"; };
+    injection.intruder = [] {
+        injection.isOn = true;
+        injection.error = EIO;
+        injection.first = injection.calls + 1;
+        injection.last = injection.calls + 3;
+    };
+    auto reason = SourceNotFound;
+    EXPECT_FALSE(CopyFileA(Win32(near / "old.wav"), Win32(near / "new.wav"), true, &reason));
+    injection.isOn = false;
+    EXPECT_EQ(injection.intruder, nullptr);
+    EXPECT_EQ(reason, DestinationNotWritable);
+    EXPECT_FALSE(fs::exists(near / "new.wav"));
 }
 
 TEST_P(NothingLost, WhenADeletedFolderBecomesALink) {
