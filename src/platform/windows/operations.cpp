@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "platform/windows/entries.h"
+#include "platform/windows/move_by_copy.h"
 #include "platform/windows/shell.h"
 
 namespace Vellox::Platform {
@@ -52,6 +53,10 @@ int RunShellOperation(SHFILEOPSTRUCTW& operation) {
 
 bool LiesInFolder(const WCHAR* path, const WCHAR* folder) {
     return Windows::LiesInFolder(Windows::FullPath(path), folder);
+}
+
+MoveByCopyResult MoveByCopy(const WCHAR* source, const WCHAR* destination, CopyOfWhatStays copyOfWhatStays) {
+    return Windows::MoveByCopy(Windows::FullPath(source), Windows::FullPath(destination), copyOfWhatStays);
 }
 
 // The sharing modes alone hold processes apart here: the system locks files, not folders, and a file that stands for
