@@ -40,7 +40,7 @@ enum class Way { Copy, Move };
 using Facts = std::map<std::string, std::string>;
 
 void AddFacts(Facts& facts, const fs::path& path, const std::string& name, Way way) {
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::lstat(path.c_str(), &status), 0) << path;
     const bool isMove = way == Way::Move;
     facts[name + " kind and rights"] = std::to_string(status.st_mode & (isMove ? ~0U : ~07000U));

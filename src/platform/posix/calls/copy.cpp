@@ -89,7 +89,7 @@ BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists)
     const PosixPath to(destination);
     if (!from.IsValid() || !to.IsValid())
         return FALSE;
-    struct stat status;
+    struct stat status{};
     const Descriptor file = OpenSource(from, status);
     if (!file)
         return FALSE;
