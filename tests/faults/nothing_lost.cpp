@@ -259,7 +259,7 @@ protected:
             ::waitpid(process, &status, 0);
         }
         if (!WIFSTOPPED(status)) {
-            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+            EXPECT_EQ(status, 0) << operation.name;
             return false;
         }
         ::kill(process, SIGKILL);
@@ -304,7 +304,8 @@ TEST_P(NothingLost, WhereverTheProcessIsKilled) {
             ExpectRecords(operation, KeysInFile());
             Restore(after);
         }
-        EXPECT_TRUE(number > 4 && IsDone(operation, Look())) << operation.name;
+        EXPECT_GT(number, 4) << operation.name;
+        EXPECT_TRUE(IsDone(operation, Look())) << operation.name;
         Build();
     }
     std::cout << points << " points of death\n";

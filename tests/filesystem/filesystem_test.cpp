@@ -87,7 +87,6 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
         {"*", files, folders},
         {"*.wav", {"B.WAV", "a.wav"}, {"parent.wav"}},
         {"?.T*T", {"\u00E9.txt"}, {}},
-        {"*?b*", {}, {"sub"}, OnLinux("Wine takes no ? behind a *")},
         {"sub", {}, {"sub"}},
         {"a.wav", {"a.wav"}, {}},
         {"A.wav", {}, {}, withCase},

@@ -25,8 +25,7 @@ struct TextRow {
 };
 
 // The rows that hold here; the others are told by their name.
-template <typename Row, std::size_t count, typename Name>
-std::vector<Row> RowsHere(const Row (&rows)[count], Name Row::* name) {
+template <typename Row, std::size_t count> std::vector<Row> RowsHere(const Row (&rows)[count], auto name) {
     std::vector<Row> held;
     for (const Row& row : rows)
         if (HoldsHere(row.onlyOn, row.*name))
