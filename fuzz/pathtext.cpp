@@ -87,9 +87,11 @@ void CheckRelative(const std::string& path, const std::string& otherFile) {
         CHECK(relative == "as it was");
         return;
     }
-    // A name with a colon behind its first character is taken for a drive. No way leads from one share to another.
+    // A name with a colon behind its first character is taken for a drive. No way leads from one share to another, and
+    // nothing is relative to nothing.
     const bool endsEarly = (path + otherFile).find('\0') != std::string::npos;
-    const bool hasNoWay = absolute.starts_with("\\\\") || (relative.size() > 1 && relative[1] == ':');
+    const bool hasNoWay =
+        absolute.empty() || absolute.starts_with("\\\\") || (relative.size() > 1 && relative[1] == ':');
     const std::string back = GetAbsolutePath(relative, path_rimuovifilename(otherFile).c_str());
     CHECK(hasNoWay || endsEarly || back.empty() || CompareNormalizedPaths(back, absolute));
 }
