@@ -20,7 +20,7 @@ bool IsSameTime(const struct timespec& one, const struct timespec& other) {
 // leave the file with the same time.
 bool ShowsLaterWrites(const struct stat& status) {
     constexpr std::time_t longestStep = 2;
-    struct timespec now {};
+    struct timespec now = {};
     const bool isKnown = ::clock_gettime(CLOCK_REALTIME, &now) == 0;
     return isKnown && std::max(status.st_mtim.tv_sec, status.st_ctim.tv_sec) + longestStep < now.tv_sec;
 }

@@ -52,8 +52,8 @@ bool LeadsThroughFolder(const std::string& path, const struct stat& folder) {
 
 // The statx of Linux 5.8 tells the mount; before, and where a seccomp filter refuses statx, all count as different.
 bool AreOnOneMount(int first, int second) {
-    struct statx one {};
-    struct statx other {};
+    struct statx one = {};
+    struct statx other = {};
     const bool isKnown = ::statx(first, "", AT_EMPTY_PATH, STATX_MNT_ID, &one) == 0 &&
                          ::statx(second, "", AT_EMPTY_PATH, STATX_MNT_ID, &other) == 0 &&
                          (one.stx_mask & other.stx_mask & STATX_MNT_ID) != 0;
