@@ -4,13 +4,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <set>
+#include <thread>
 
 #include "faults/injection.h"
 #include "fileobjects/file.h"
@@ -316,7 +319,20 @@ TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
     using Paths = std::vector<fs::path>;
     const fs::path take = items / "take.wav", link = items / "link", folder = items / song, made = near / "new.wav";
     const Paths inFolder = {folder / "a.wav", folder / "sub/b.wav", folder / "link"};
+    const fs::path beside = trash / ".vellox-move1";
     const auto write = [](const Paths& paths) { WriteFile(paths[0], "late"); };
+    const auto writeInPlace = [](const Paths& paths) {
+        std::fstream(paths[0], std::ios::in | std::ios::out).write("late", 4);
+    };
+    const auto setBack = [&](const Paths& paths) {
+        const fs::file_time_type time = fs::last_write_time(paths[0]);
+        writeInPlace(paths);
+        fs::last_write_time(paths[0], time);
+    };
+    const auto takePlace = [this](const Paths& paths) {
+        fs::rename(paths[0].parent_path(), near / "away");
+        WriteFile(paths[0], "late");
+    };
     const auto replace = [this](const Paths& paths) {
         for (const fs::path& path : paths) {
             WriteFile(items / "late", "late");
@@ -329,6 +345,10 @@ TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
         holder.Write("late", 4);
     };
     const auto trashItem = [](const fs::path& path) { return [=] { DeleteFileToRecycleBin(Win32(path), true); }; };
+    const auto trashOldTake = [=] {
+        std::this_thread::sleep_for(std::chrono::seconds(4)); // from then on a time tells of a later write
+        DeleteFileToRecycleBin(Win32(take), true);
+    };
     struct Row {
         std::string_view call;
         fs::path standing; // before that call
@@ -340,6 +360,13 @@ TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
     const Row rows[] = {
         {"fstat", trash / "take.wav", write, {take}, trashItem(take), true},
         {"renameat2", trash / "take.wav", replace, {take}, trashItem(take)},
+        {"renameat2", trash / "take.wav", writeInPlace, {take}, trashItem(take)},
+        {"renameat2", trash / "take.wav", writeInPlace, {take}, trashOldTake},
+        {"renameat2", trash / "take.wav", setBack, {take}, trashItem(take)},
+        {"renameat2", trash / song, setBack, {folder / "sub/b.wav"}, trashItem(folder)},
+        {"syncfs", beside / "a.wav", writeInPlace, {folder / "a.wav"}, trashItem(folder)},
+        {"fsync", beside, takePlace, {beside / "x"}, trashItem(take)},
+        {"syncfs", beside, takePlace, {beside / "x"}, trashItem(folder)},
         {"renameat2", trash / "link", replace, {link}, trashItem(link)},
         {"renameat2", trash / song, replace, inFolder, trashItem(folder)},
         {"futimens", "/", write, {items / "back/gone/new.wav"}, [&] { PutBack(Win32(trash / "gone")); }},
@@ -354,9 +381,47 @@ TEST_P(NothingLost, WhenAnotherProgramWritesMeanwhile) {
         row.run();
         EXPECT_EQ(injection.intruder == nullptr, row.comesOnOneVolumeToo || GetParam());
         for (const fs::path& path : row.paths)
-            EXPECT_TRUE(injection.intruder != nullptr || ReadFile(path) == "late") << path;
+            EXPECT_TRUE(injection.intruder != nullptr || ReadFile(path).starts_with("late")) << path;
         injection.intruder = nullptr;
         holder.Close();
+        Build();
+    }
+}
+
+// Another program exchanges what is copied, or the folder that it stands in, and changes it back before it is removed.
+TEST_P(NothingLost, WhenAnotherProgramExchangesNamesMeanwhile) {
+    const std::string content = ReadFile(items / song / "a.wav");
+    struct Row {
+        std::string_view begin, end; // in front of which calls
+        fs::path exchanged;
+    };
+    const Row rows[] = {
+        {"write", "fsync", items / song / "a.wav"},
+        {"flock", "write", items / song / "a.wav"},
+        {"write", "fsync", items / song},
+        {"fsync", "renameat2", items / song},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.exchanged.string() + " from " + std::string(row.begin) + " to " + std::string(row.end));
+        const fs::path twin = items / "twin", late = fs::is_directory(row.exchanged) ? twin / "a.wav" : twin;
+        WriteFile(late, "late");
+        const auto exchange = [&] {
+            EXPECT_EQ(::renameat2(AT_FDCWD, twin.c_str(), AT_FDCWD, row.exchanged.c_str(), RENAME_EXCHANGE), 0);
+        };
+        injection.intrudes = [&](std::string_view name) {
+            return name == row.begin && fs::exists(trash / ".vellox-move1");
+        };
+        injection.intruder = [&] {
+            exchange();
+            injection.intrudes = [&](std::string_view name) { return name == row.end; };
+            injection.intruder = exchange;
+        };
+        DeleteFileToRecycleBin(Win32(items / song / "a.wav"), true);
+        EXPECT_EQ(injection.intruder == nullptr, GetParam());
+        injection.intruder = nullptr;
+        EXPECT_EQ(ReadFile(late), "late");
+        const fs::path place = fs::exists(items / song / "a.wav") ? items / song / "a.wav" : trash / "a.wav";
+        EXPECT_EQ(ReadFile(place), content);
         Build();
     }
 }

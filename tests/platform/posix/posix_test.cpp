@@ -1,11 +1,17 @@
 #include <fcntl.h>
+#include <pthread.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <iostream>
 #include <thread>
+#include <utility>
 
+#include "platform/operations.h"
 #include "platform/posix/calls/command_line.h"
 #include "platform/win32.h"
 #include "support/scratch.h"
@@ -148,6 +154,70 @@ TEST_F(PosixTest, DeletesDeepFoldersAndWildcardsByTheirNames) {
     DeleteFolderWithContents("t", true, false);
     EXPECT_FALSE(fs::exists("t"));
     EXPECT_FALSE(fs::exists("data/Trash")) << "with the dialogs that this system does not have";
+}
+
+TEST_F(PosixTest, CopiesNoFolderIntoItselfWhateverLeadsThere) {
+    Make({"outer/inner/a.wav", "mounted/"});
+    fs::create_directory_symlink("outer/inner", "link");
+    const bool isMounted = ::mount("outer/inner", "mounted", nullptr, MS_BIND, nullptr) == 0;
+    std::vector<const char*> destinations = {"link", R"(link\x\y)", R"(outer\x\y)"};
+    if (isMounted)
+        destinations.insert(destinations.end(), {"mounted", R"(mounted\x\y)"});
+    else
+        std::cout << "[ left out ] a second mount: this user cannot make one\n";
+    const std::string before = Describe("outer");
+    for (const char* destination : destinations) {
+        CopyFolder("outer", destination);
+        EXPECT_EQ(Describe("outer"), before) << destination;
+    }
+    EXPECT_EQ(::umount("mounted") == 0, isMounted);
+    Make({"empty/"});
+    CopyFolder("empty", R"(made\on\the\way)");
+    EXPECT_TRUE(fs::is_directory("made/on/the/way"));
+}
+
+// With so few descriptors and so small a stack that no level can have one of its own.
+TEST_F(PosixTest, GoesToTheBottomOfAnyTree) {
+    constexpr int levels = 1'200;
+    const fs::path moved = OtherVolume() / "moved";
+    const auto openBelow = [](int folder) { return ::openat(folder, "down", O_RDONLY | O_DIRECTORY | O_CLOEXEC); };
+    const auto levelsOf = [&](const fs::path& top) {
+        int count = -1;
+        for (int folder = ::open(top.c_str(), O_RDONLY | O_CLOEXEC); folder >= 0; ++count)
+            ::close(std::exchange(folder, openBelow(folder)));
+        return count;
+    };
+    const auto run = [&] {
+        int folder = ::open(".", O_RDONLY | O_CLOEXEC);
+        for (int level = 0; level <= levels; ++level) {
+            ::mkdirat(folder, "down", 0700);
+            ::close(std::exchange(folder, openBelow(folder)));
+            ::close(::openat(folder, "a.wav", O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        }
+        ::close(folder);
+        CopyFolder("down", "copy");
+        EXPECT_EQ(levelsOf("copy"), levels);
+        EXPECT_EQ(Platform::MoveByCopy(u"copy", moved.u16string().c_str(), Platform::CopyOfWhatStays::TakeBack),
+                  Platform::MoveByCopyResult::Done);
+        EXPECT_EQ(levelsOf("copy"), -1);
+        EXPECT_EQ(levelsOf(moved), levels);
+        for (const std::string& path : {std::string("down"), Win32(moved)}) {
+            DeleteFolderWithContents(path.c_str(), false, true);
+            EXPECT_FALSE(CheckFileExistsEvenIfNotAccessible(path)) << path;
+        }
+    };
+    const auto runInLittleSpace = [&] {
+        const rlimit few{40, 40};
+        ::setrlimit(RLIMIT_NOFILE, &few);
+        pthread_attr_t small;
+        ::pthread_attr_init(&small);
+        ::pthread_attr_setstacksize(&small, std::size_t{256} * 1024);
+        ::pthread_setattr_default_np(&small);
+        std::thread(run).join();
+        std::_Exit(HasFailure() ? 1 : 0);
+    };
+    GTEST_FLAG_SET(death_test_style, "fast");
+    EXPECT_EXIT(runInLittleSpace(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PosixTest, KeepsAFileFromOtherProcessesUntilItsHolderEnds) {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
+#include <vector>
 
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/transfer.h"
@@ -76,15 +78,15 @@ bool CopyForMove(const OpenEntry& source, int copy, CopiedFile& copied) {
 }
 
 bool HoldSameBytes(int first, int second, off_t size) {
-    constexpr off_t pieceSize = off_t{32} * 1024;
+    constexpr off_t largestPiece = off_t{512} * 1024;
     if (::lseek(first, 0, SEEK_SET) != 0 || ::lseek(second, 0, SEEK_SET) != 0)
         return false;
-    char firstBytes[pieceSize];
-    char secondBytes[pieceSize];
-    for (off_t done = 0; done < size; done += pieceSize) {
-        const auto count = static_cast<std::size_t>(std::min(pieceSize, size - done));
-        if (!ReadPiece(first, firstBytes, count) || !ReadPiece(second, secondBytes, count) ||
-            !std::equal(firstBytes, firstBytes + count, secondBytes))
+    std::vector<char> firstBytes(static_cast<std::size_t>(std::min(size, largestPiece)));
+    std::vector<char> secondBytes(firstBytes.size());
+    for (off_t left = size; left > 0; left -= std::min(left, largestPiece)) {
+        const auto count = static_cast<std::size_t>(std::min(left, largestPiece));
+        if (!ReadPiece(first, firstBytes.data(), count) || !ReadPiece(second, secondBytes.data(), count) ||
+            std::memcmp(firstBytes.data(), secondBytes.data(), count) != 0)
             return false;
     }
     return true;

@@ -112,6 +112,10 @@ public:
         const Entry to = place_.At();
         if (!RenameIntoFreeName(to.folder, name_.c_str(), to.folder, to.name))
             return errno == EEXIST ? MoveByCopyResult::NameTaken : MoveByCopyResult::Failed;
+        if (IsOtherAt(to)) { // which another program has put under the name beside
+            RenameIntoFreeName(to.folder, to.name, to.folder, name_.c_str());
+            return MoveByCopyResult::Failed;
+        }
         name_.clear();
         return MoveByCopyResult::Done;
     }
@@ -119,6 +123,14 @@ public:
     int Get() const { return opened_.Get(); }
 
 private:
+    // Where that cannot be told, the entry counts as the copy: it has its place, and the source may stay or go.
+    bool IsOtherAt(Entry entry) const {
+        struct stat copy;
+        struct stat status;
+        return ::fstat(opened_.Get(), &copy) == 0 &&
+               ::fstatat(entry.folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) == 0 && !IsSameEntry(copy, status);
+    }
+
     const HeldPlace& place_;
     Descriptor opened_;
     std::string name_; // empty when there is nothing to delete
