@@ -16,7 +16,7 @@ public:
     explicit Guard(Value value) : value_(value) {}
     Guard(Guard&& other) noexcept : value_(other.Release()) {}
     Guard& operator=(Guard&& other) noexcept {
-        Guard(std::move(other)).Swap(*this);
+        const Guard before(std::exchange(value_, other.Release()));
         return *this;
     }
     Guard(const Guard&) = delete;
@@ -31,8 +31,6 @@ public:
     Value Release() { return std::exchange(value_, Traits::None()); }
 
 private:
-    void Swap(Guard& other) noexcept { std::swap(value_, other.value_); }
-
     Value value_ = Traits::None();
 };
 

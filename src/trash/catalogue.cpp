@@ -90,7 +90,7 @@ void TrashCatalogue::Merge(CatalogueRecords read) {
     for (auto entry = waiting.begin(); entry != waiting.end();) {
         const auto found = loaded.Find(entry->first);
         // Half a record, as a failed save leaves it, does not take the place of a whole one.
-        const bool isReplaced = found && found->isWhole && found->trashedTime >= entry->second.trashedTime;
+        const bool isReplaced = found && found->isWhole;
         if (!isReplaced)
             loaded.Remove(entry->first);
         entry = isReplaced ? waiting.erase(entry) : std::next(entry);

@@ -42,9 +42,8 @@ class TrashCatalogue {
 public:
     std::string GetFilePath() const;
 
-    // Merges the file of that folder into the entries. Of two with one key the later counts, as an item only goes where
-    // nothing stands: the older entry is of an item that never came or has gone. Of two of one time the file's counts.
-    // Of a damaged file the complete records before the damage count.
+    // Merges the file of that folder into the entries; the file wins. Of a damaged file the complete records before the
+    // damage count.
     void Load(std::string folder);
 
     // Replaces the file by the entries, and forgets them if that worked. Holds back, and keeps the entries, after a
