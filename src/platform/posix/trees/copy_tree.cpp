@@ -29,7 +29,7 @@ constexpr int fileFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 // An open file to copy, which nobody who uses this library keeps from being read.
 struct SourceFile {
     Descriptor descriptor;
-    struct stat status;
+    struct stat status = {};
 
     bool Open(Entry entry, DWORD shareMode) {
         descriptor = OpenAt(entry.folder, entry.name, O_RDONLY | fileFlags);
