@@ -105,7 +105,6 @@ inline constexpr DWORD GENERIC_READ = 0x80000000;
 inline constexpr DWORD GENERIC_WRITE = 0x40000000;
 inline constexpr DWORD FILE_SHARE_READ = 1;
 inline constexpr DWORD FILE_SHARE_WRITE = 2;
-inline constexpr DWORD FILE_SHARE_DELETE = 4; // granted always: Linux removes open files
 inline constexpr DWORD CREATE_ALWAYS = 2;
 inline constexpr DWORD OPEN_EXISTING = 3;
 inline constexpr DWORD FILE_BEGIN = 0;
@@ -137,20 +136,17 @@ struct FILETIME {
     DWORD dwHighDateTime;
 };
 
-// OPEN_EXISTING and CREATE_ALWAYS only; any other disposition is refused. A folder opens with
-// FILE_FLAG_BACKUP_SEMANTICS alone, and a FIFO for reading without a wait.
+// OPEN_EXISTING and CREATE_ALWAYS only; any other disposition is refused. No folder opens, and a FIFO opens for reading
+// without a wait.
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* security, DWORD disposition,
                    DWORD flags, HANDLE templateFile);
 BOOL ReadFile(HANDLE file, void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped);
 BOOL WriteFile(HANDLE file, const void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped);
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method);
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size);
-// The time of the last writing alone.
-BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* lastAccess, FILETIME* lastWrite);
 BOOL FlushFileBuffers(HANDLE file);
 BOOL CloseHandle(HANDLE handle);
 BOOL DeleteFileW(const WCHAR* path);
-BOOL MoveFileW(const WCHAR* path, const WCHAR* newPath);
 BOOL CopyFileW(const WCHAR* source, const WCHAR* destination, BOOL failIfExists);
 
 // ---- Attributes and folders ----
@@ -159,7 +155,6 @@ inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 inline constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x1;
 inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
-inline constexpr DWORD FILE_FLAG_BACKUP_SEMANTICS = 0x02000000;
 inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
 
 struct WIN32_FILE_ATTRIBUTE_DATA {

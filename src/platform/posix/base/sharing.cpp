@@ -74,8 +74,4 @@ bool IsReadingDenied(int descriptor) {
     return IsStatedByOthers(descriptor, DeniesReading);
 }
 
-bool IsBeingWritten(int descriptor) {
-    return IsStatedByOthers(descriptor, WritesFile);
-}
-
 } // namespace Vellox::Posix

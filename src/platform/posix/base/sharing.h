@@ -12,7 +12,4 @@ bool TakeSharingLocks(int descriptor, DWORD access, DWORD shareMode);
 // True if another user of this library has the file open and lets nobody read it.
 bool IsReadingDenied(int descriptor);
 
-// True if another user of this library has the file open to write to it.
-bool IsBeingWritten(int descriptor);
-
 } // namespace Vellox::Posix

@@ -10,9 +10,7 @@
 #include "platform/posix/base/errors.h"
 #include "platform/posix/base/handles.h"
 #include "platform/posix/base/paths.h"
-#include "platform/posix/base/rename.h"
 #include "platform/posix/base/sharing.h"
-#include "platform/posix/base/times.h"
 #include "platform/posix/base/transfer.h"
 #include "platform/posix/win32.h"
 
@@ -30,9 +28,9 @@ int OpenFlags(DWORD access, DWORD disposition) {
 
 // A FIFO opens to be read alone, as what is written to it is in no file afterwards. A file that nobody has permission
 // to write is a read-only file of Win32, which nobody opens to write; open would let root do it.
-bool MayBeOpened(const struct stat& status, DWORD access, DWORD flags) {
+bool MayBeOpened(const struct stat& status, DWORD access) {
     if (S_ISDIR(status.st_mode))
-        return (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
+        return false;
     return (access & GENERIC_WRITE) == 0 || (!S_ISFIFO(status.st_mode) && !IsReadOnly(status));
 }
 
@@ -45,14 +43,14 @@ bool EmptyFile(int descriptor, const struct stat& status) {
     return Retried([&] { return ::ftruncate(descriptor, 0); }) == 0 || FailFromErrno();
 }
 
-Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD disposition, DWORD flags) {
+Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD disposition) {
     Descriptor file = Open(path.Text(), OpenFlags(access, disposition), 0666);
     struct stat status;
     if (!file || ::fstat(file.Get(), &status) != 0) {
         FailFromErrno();
         return {};
     }
-    if (!MayBeOpened(status, access, flags)) {
+    if (!MayBeOpened(status, access)) {
         Fail(ERROR_ACCESS_DENIED);
         return {};
     }
@@ -66,7 +64,7 @@ Descriptor OpenFile(const PosixPath& path, DWORD access, DWORD shareMode, DWORD 
 } // namespace
 
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* /*security*/,
-                   DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
+                   DWORD disposition, DWORD /*flags*/, HANDLE /*templateFile*/) {
     if (disposition != OPEN_EXISTING && disposition != CREATE_ALWAYS) {
         Fail(ERROR_INVALID_PARAMETER);
         return INVALID_HANDLE_VALUE;
@@ -74,7 +72,7 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_AT
     const PosixPath place(path);
     if (!place.IsValid())
         return INVALID_HANDLE_VALUE;
-    Descriptor file = OpenFile(place, access, shareMode, disposition, flags);
+    Descriptor file = OpenFile(place, access, shareMode, disposition);
     return file ? ToHandle(std::move(file)) : INVALID_HANDLE_VALUE;
 }
 
@@ -126,17 +124,6 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) {
     return TRUE;
 }
 
-BOOL GetFileTime(HANDLE file, FILETIME* /*creation*/, FILETIME* /*lastAccess*/, FILETIME* lastWrite) {
-    int descriptor = 0;
-    if (!ToDescriptor(file, descriptor))
-        return FALSE;
-    struct stat status;
-    if (::fstat(descriptor, &status) != 0)
-        return static_cast<BOOL>(FailFromErrno());
-    *lastWrite = ToFileTime(status.st_mtim);
-    return TRUE;
-}
-
 BOOL FlushFileBuffers(HANDLE file) {
     int descriptor = 0;
     if (!ToDescriptor(file, descriptor))
@@ -158,11 +145,4 @@ BOOL DeleteFileW(const WCHAR* path) {
     if (!place.IsValid())
         return FALSE;
     return static_cast<BOOL>(::unlink(place.Text()) == 0 || FailFromErrno());
-}
-
-BOOL MoveFileW(const WCHAR* path, const WCHAR* newPath) {
-    const PosixPath from(path);
-    const PosixPath to(newPath);
-    return static_cast<BOOL>(from.IsValid() && to.IsValid() &&
-                             (RenameIntoFreeName(AT_FDCWD, from.Text(), AT_FDCWD, to.Text()) || FailFromErrno()));
 }

@@ -29,7 +29,6 @@ public:
 
     // False behind the last one.
     bool Next(Name& name);
-    void StartAgain() { next_ = 0; }
     std::size_t Count() const { return count_; }
 
 private:
@@ -47,7 +46,6 @@ public:
     WayDown(int place, int flags) : place_(place), flags_(flags) {}
 
     int Folder() const { return levels_.empty() ? place_ : levels_.back().folder.Get(); }
-    std::size_t Depth() const { return levels_.size(); }
 
     // Goes down into an open folder. False, with errno set, if the way back could not be noted; it then stays here.
     bool GoDown(Descriptor folder);
