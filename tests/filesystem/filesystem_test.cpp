@@ -121,45 +121,46 @@ TEST_F(FileSystemTest, ListsTheNamesThatMatch) {
 }
 
 TEST_F(FileSystemTest, ReadsAPatternAsTheSearchOfWindowsDoes) {
+    constexpr OnlyOn withoutWine =
+        OnLinux("elsewhere it is the system's, and each version of Wine reads dots in its own way");
+    if (!HoldsHere(withoutWine))
+        GTEST_SKIP() << withoutWine.reason;
     const Names all = {"take", "take1", "take12", "take1.wav", "a.b.c", "a.bcd", ".x", "README"};
     const Names withoutDot = {"take", "take1", "take12", "README"};
     for (const std::string& name : all)
         Make({"p/" + name});
-    constexpr OnlyOn withoutWine = OnLinux("Wine knows * and ? alone, and nothing of dots");
     struct Row {
         std::string pattern;
         Names found;
-        OnlyOn onlyOn = anywhere;
     };
     const Row rows[] = {
         {"*.*", all},
         {"*.*.", all},
-        {"*..*", {}, withoutWine},
+        {"*..*", {}},
         {"take*.*", {"take", "take1", "take12", "take1.wav"}},
         {"take1.*", {"take1", "take1.wav"}},
-        {"take?.*", {"take", "take1", "take1.wav"}, withoutWine},
-        {"t????", {"take", "take1"}, withoutWine},
+        {"take?.*", {"take", "take1", "take1.wav"}},
+        {"t????", {"take", "take1"}},
         {"????1.wav", {"take1.wav"}},
         {"?????1.wav", {}},
-        {"*.", withoutDot, withoutWine},
-        {"*..", withoutDot, withoutWine},
+        {"*.", withoutDot},
+        {"*..", withoutDot},
         {"READ*.", {"README"}},
         {"t???.", {"take"}},
-        {"a*.", {}, withoutWine},
+        {"a*.", {}},
         {"a*.?", {"a.b.c"}},
         {"a.*.*", {"a.b.c", "a.bcd"}},
-        {"a.*.?", {"a.b.c", "a.bcd"}, withoutWine},
+        {"a.*.?", {"a.b.c", "a.bcd"}},
         {"a.*c", {"a.b.c"}},
         {".*", {".x"}},
         {".?.*", {".x"}},
-        {"?.x", {".x"}, withoutWine},
+        {"?.x", {".x"}},
         {"*a*b*c*", {"a.b.c", "a.bcd"}},
         {"*E", {"take", "README"}},
     };
-    for (const Row& row : RowsHere(rows, &Row::pattern)) {
-        SCOPED_TRACE(row.pattern);
+    for (const Row& row : rows) {
         const std::vector<std::string> found = GetFolderFiles("p\\" + row.pattern);
-        EXPECT_EQ(Names(found.begin(), found.end()), row.found);
+        EXPECT_EQ(Names(found.begin(), found.end()), row.found) << row.pattern;
     }
 }
 
